@@ -1,0 +1,104 @@
+#!/usr/bin/env bash
+# One entry point for setting up, building, running and testing vigilmoth.
+#   scripts/dev.sh run    install what is missing, build, run the main job
+#   scripts/dev.sh test   install what is missing, build under the sanitizers, run every test
+#   scripts/dev.sh bench  install what is missing, build optimised, run the benchmarks
+set -euo pipefail
+
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+cd "$root"
+
+debian_packages=(build-essential cmake ninja-build pkg-config ccache nlohmann-json3-dev libasio-dev
+    libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev clang-format dbus)
+brew_packages=(cmake ninja pkg-config nlohmann-json asio googletest google-benchmark clang-format)
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+install_debian() {
+    local missing=()
+    for package in "${debian_packages[@]}"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" \
+            || missing+=("$package")
+    done
+    # The hook script tests load the generated plugins in Node.js; any node on the PATH will do.
+    command -v node >/dev/null 2>&1 || missing+=(nodejs)
+    if [ "${#missing[@]}" -gt 0 ]; then
+        echo "Installing ${missing[*]}"
+        as_root apt-get update -qq
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}" >/dev/null
+    fi
+}
+
+install_macos() {
+    command -v brew >/dev/null 2>&1 || {
+        echo "vigilmoth's setup needs Homebrew on macOS; install it from brew.sh and run this again." >&2
+        exit 1
+    }
+    local missing=()
+    for package in "${brew_packages[@]}"; do
+        brew list --versions "$package" >/dev/null 2>&1 || missing+=("$package")
+    done
+    if [ "${#missing[@]}" -gt 0 ]; then brew install "${missing[@]}"; fi
+}
+
+install_dependencies() {
+    case "$(uname -s)" in
+    Darwin) install_macos ;;
+    Linux)
+        local like=""
+        if [ -r /etc/os-release ]; then like="$(. /etc/os-release && echo "${ID:-} ${ID_LIKE:-}")"; fi
+        case " $like " in
+        *" debian "* | *" ubuntu "*) install_debian ;;
+        *)
+            echo "vigilmoth's setup knows Debian, Ubuntu and macOS with Homebrew, and this system is none of them." >&2
+            exit 1
+            ;;
+        esac
+        ;;
+    *)
+        echo "vigilmoth's setup knows Debian, Ubuntu and macOS with Homebrew, and this system is none of them." >&2
+        exit 1
+        ;;
+    esac
+}
+
+jobs() { getconf _NPROCESSORS_ONLN 2>/dev/null || echo 2; }
+
+build() {
+    local preset="$1"
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset" -j "$(jobs)"
+}
+
+check_format() {
+    local files
+    files="$(git ls-files -- 'src/*.cpp' 'src/*.h' 'src/*.mm' 'tests/*.cpp' 'tests/*.h' 'bench/*.cpp' 'bench/*.h' 2>/dev/null || true)"
+    [ -n "$files" ] || return 0
+    # shellcheck disable=SC2086
+    clang-format --dry-run --Werror $files
+}
+
+case "${1:-}" in
+run)
+    install_dependencies
+    build release
+    exec "$root/scripts/main-job.sh" "$root/build/release/bin/vigilmoth"
+    ;;
+test)
+    install_dependencies
+    check_format
+    build sanitize
+    ctest --preset sanitize
+    ;;
+bench)
+    install_dependencies
+    build bench
+    "$root/build/bench/bench/vigilmoth_bench" "${@:2}"
+    ;;
+*)
+    echo "usage: scripts/dev.sh run|test|bench" >&2
+    exit 2
+    ;;
+esac

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace vigilmoth {
+
+// What lab commands may use of the world. The platform's entry fills it in; tests build
+// their own with string streams and temporary folders.
+struct LabContext {
+    std::ostream& out;
+    std::ostream& err;
+};
+
+// The command-line lab: every invocation with an argument beginning "--lab-".
+namespace LabCommand {
+
+// `arguments` is the whole argument vector, the executable's path first.
+// Returns whether the command succeeded (exit status 0, else 1).
+bool run(const std::vector<std::string>& arguments, LabContext& context);
+
+}  // namespace LabCommand
+}  // namespace vigilmoth
