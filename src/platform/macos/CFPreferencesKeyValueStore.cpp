@@ -6,9 +6,9 @@ namespace vigilmoth {
 namespace {
 
 CFReference<CFStringRef> makeString(const std::string& text) {
-    return CFReference<CFStringRef>(CFStringCreateWithBytes(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
-        static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
+    return CFReference<CFStringRef>(
+        CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
+                                static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
 }
 
 std::string fromString(CFStringRef string) {
@@ -48,7 +48,8 @@ std::optional<nlohmann::json> toJSON(CFPropertyListRef value) {
     if (type == CFDictionaryGetTypeID()) {
         auto dictionary = static_cast<CFDictionaryRef>(value);
         CFIndex count = CFDictionaryGetCount(dictionary);
-        std::vector<const void*> keys(static_cast<size_t>(count)), values(static_cast<size_t>(count));
+        std::vector<const void*> keys(static_cast<size_t>(count)),
+            values(static_cast<size_t>(count));
         CFDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
         nlohmann::json result = nlohmann::json::object();
         for (CFIndex i = 0; i < count; ++i) {
@@ -84,14 +85,15 @@ CFReference<CFPropertyListRef> toPropertyList(const nlohmann::json& value) {
             CFReference<CFMutableArrayRef> array(
                 CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
             for (const auto& element : value) {
-                if (auto item = toPropertyList(element)) CFArrayAppendValue(array.get(), item.get());
+                if (auto item = toPropertyList(element))
+                    CFArrayAppendValue(array.get(), item.get());
             }
             return Result(CFRetain(array.get()));
         }
         case nlohmann::json::value_t::object: {
-            CFReference<CFMutableDictionaryRef> dictionary(CFDictionaryCreateMutable(
-                kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
-                &kCFTypeDictionaryValueCallBacks));
+            CFReference<CFMutableDictionaryRef> dictionary(
+                CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+                                          &kCFTypeDictionaryValueCallBacks));
             for (const auto& [key, element] : value.items()) {
                 auto name = makeString(key);
                 auto item = toPropertyList(element);
@@ -99,7 +101,8 @@ CFReference<CFPropertyListRef> toPropertyList(const nlohmann::json& value) {
             }
             return Result(CFRetain(dictionary.get()));
         }
-        default: return Result();
+        default:
+            return Result();
     }
 }
 

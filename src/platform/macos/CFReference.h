@@ -18,7 +18,8 @@ public:
     explicit CFReference(Reference reference) : reference_(reference) {}
     CFReference(const CFReference&) = delete;
     CFReference& operator=(const CFReference&) = delete;
-    CFReference(CFReference&& other) noexcept : reference_(std::exchange(other.reference_, nullptr)) {}
+    CFReference(CFReference&& other) noexcept
+        : reference_(std::exchange(other.reference_, nullptr)) {}
     CFReference& operator=(CFReference&& other) noexcept {
         if (this != &other) reset(std::exchange(other.reference_, nullptr));
         return *this;

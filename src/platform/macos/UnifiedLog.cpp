@@ -26,9 +26,12 @@ os_log_t logFor(std::string_view category) {
 
 os_log_type_t logType(LogLevel level) {
     switch (level) {
-        case LogLevel::debug: return OS_LOG_TYPE_DEBUG;
-        case LogLevel::info: return OS_LOG_TYPE_DEFAULT;
-        case LogLevel::error: return OS_LOG_TYPE_ERROR;
+        case LogLevel::debug:
+            return OS_LOG_TYPE_DEBUG;
+        case LogLevel::info:
+            return OS_LOG_TYPE_DEFAULT;
+        case LogLevel::error:
+            return OS_LOG_TYPE_ERROR;
     }
     return OS_LOG_TYPE_DEFAULT;
 }
