@@ -1,7 +1,6 @@
 #include "catalog/AgentCatalog.h"
 
-#include <algorithm>
-#include <cctype>
+#include "catalog/CommandText.h"
 
 namespace vigilmoth {
 
@@ -23,10 +22,7 @@ std::vector<std::string> AgentDefinition::processNames() const {
     std::vector<std::string> names;
     for (const auto& matcher : matchers) {
         if (const auto* name = std::get_if<ProcessMatcher::Name>(&matcher.process.value)) {
-            std::string lowered = name->name;
-            std::transform(lowered.begin(), lowered.end(), lowered.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-            names.push_back(std::move(lowered));
+            names.push_back(CommandText::lowered(name->name));
         }
     }
     return names;
