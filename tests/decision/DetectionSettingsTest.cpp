@@ -122,6 +122,9 @@ TEST(DetectionSettingsTest, RulesAndModesAreNamedByTheirCases) {
     EXPECT_EQ(namedCase<AgentRule>("alwaysWorkingWhileOpen"), AgentRule::alwaysWorkingWhileOpen);
     EXPECT_FALSE(namedCase<AwakeMode>("AgentOpen"));
     EXPECT_FALSE(namedCase<AgentRule>(""));
+    EXPECT_EQ(storedAwakeMode("always"), AwakeMode::always);
+    EXPECT_EQ(storedAwakeMode("sometimes"), AwakeMode::agentWorking);
+    EXPECT_EQ(storedAwakeMode(std::nullopt), AwakeMode::agentWorking);
 }
 
 TEST(DetectionSettingsTest, MutatedSettingsNeverCrashTheDecoder) {
