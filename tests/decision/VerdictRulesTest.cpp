@@ -12,7 +12,7 @@
 namespace vigilmoth {
 namespace {
 
-using namespace testing;
+using namespace verdicttest;
 using Source = StateReport::Source;
 using Kind = VerdictReason::Kind;
 using Confidence = AgentVerdict::Confidence;

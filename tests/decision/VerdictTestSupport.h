@@ -8,7 +8,7 @@
 #include "decision/HoldPolicy.h"
 #include "decision/VerdictRules.h"
 
-namespace vigilmoth::testing {
+namespace vigilmoth::verdicttest {
 
 inline constexpr double epoch = 1'700'000'000;
 
@@ -81,4 +81,4 @@ struct Run {
     }
 };
 
-}  // namespace vigilmoth::testing
+}  // namespace vigilmoth::verdicttest
