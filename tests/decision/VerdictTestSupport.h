@@ -55,7 +55,7 @@ inline AgentEvidence withCPU(AgentEvidence evidence, double share, double interv
 }
 
 // Ticks frames through the rules and the policy with the memories in between.
-struct Run {
+struct TickRun {
     DetectionSettings settings;
     AgentMemories memories;
     PolicyMemory policy;
