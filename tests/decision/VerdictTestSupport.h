@@ -2,11 +2,31 @@
 
 // Small builders shared by the verdict and hold tests: one agent's evidence with sensible
 // defaults, and a run that carries memories from tick to tick as the engine does.
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include "decision/HoldPolicy.h"
 #include "decision/VerdictRules.h"
+
+namespace vigilmoth {
+
+// Readable failures: the lab's codes and the headline's own text.
+inline void PrintTo(const VerdictReason& reason, std::ostream* out) {
+    *out << reason.code();
+}
+inline void PrintTo(const AgentVerdict& verdict, std::ostream* out) {
+    *out << "state " << static_cast<int>(verdict.state) << ", confidence "
+         << static_cast<int>(verdict.confidence) << ", " << verdict.reason.code();
+}
+inline void PrintTo(const HoldHeadline& headline, std::ostream* out) {
+    *out << '"' << headline.text() << '"';
+}
+inline void PrintTo(const Date& date, std::ostream* out) {
+    *out << std::fixed << date.secondsSince1970();
+}
+
+}  // namespace vigilmoth
 
 namespace vigilmoth::verdicttest {
 
