@@ -12,16 +12,24 @@ namespace {
 using Kind = AgentDefinition::Kind;
 using Level = AgentDefinition::Level;
 
+AgentDefinition definition(std::string id, std::string displayName, Level level, Kind kind,
+                           std::vector<std::string> names) {
+    AgentDefinition result{.id = std::move(id), .displayName = std::move(displayName),
+                           .level = level, .kind = kind};
+    for (auto& name : names) result.matchers.push_back({ProcessMatcher::name(std::move(name))});
+    return result;
+}
+
 AgentCatalog smallCatalog() {
     return AgentCatalog{{
-        {"cursor-desktop", "Cursor", Level::state, Kind::desktop, {}},
-        {"chatbox", "Chatbox", Level::activity, Kind::desktop, {"chatbox"}},
-        {"claude", "Claude Code", Level::state, Kind::cli, {"claude"}},
-        {"aider", "Aider", Level::activity, Kind::cli, {"aider"}},
-        {"gemini", "Gemini CLI", Level::activity, Kind::cli, {"gemini", "gemini-cli"}},
-        {"codex", "Codex", Level::state, Kind::cli, {"codex"}},
-        {"goose", "Goose", Level::activity, Kind::cli, {"goose"}},
-        {"nameless", "Nameless", Level::generic, Kind::cli, {}},
+        definition("cursor-desktop", "Cursor", Level::state, Kind::desktop, {}),
+        definition("chatbox", "Chatbox", Level::activity, Kind::desktop, {"chatbox"}),
+        definition("claude", "Claude Code", Level::state, Kind::cli, {"claude"}),
+        definition("aider", "Aider", Level::activity, Kind::cli, {"aider"}),
+        definition("gemini", "Gemini CLI", Level::activity, Kind::cli, {"gemini", "gemini-cli"}),
+        definition("codex", "Codex", Level::state, Kind::cli, {"codex"}),
+        definition("goose", "Goose", Level::activity, Kind::cli, {"goose"}),
+        definition("nameless", "Nameless", Level::generic, Kind::cli, {}),
     }};
 }
 
