@@ -20,16 +20,16 @@ std::size_t lineStart(std::size_t offset, std::string_view bytes) {
     return feed == std::string_view::npos ? 0 : feed + 1;
 }
 
-std::string lineEnding(std::string_view bytes) {
-    return bytes.find('\r') == std::string_view::npos ? "\n" : "\r\n";
-}
-
 void replace(std::string& bytes, JSONSourceOffset from, JSONSourceOffset to,
              const std::string& text) {
     bytes.replace(static_cast<std::size_t>(from), static_cast<std::size_t>(to - from), text);
 }
 
 }  // namespace
+
+std::string lineEnding(std::string_view bytes) {
+    return bytes.find('\r') == std::string_view::npos ? "\n" : "\r\n";
+}
 
 std::string indentUnit(std::string_view bytes) {
     for (auto feed = bytes.find('\n'); feed != std::string_view::npos;

@@ -18,6 +18,9 @@ std::string indentUnit(std::string_view bytes);
 // The spaces and tabs that begin the line containing `offset`.
 std::string lineIndent(JSONSourceOffset offset, std::string_view bytes);
 
+// Carriage return plus line feed when the text holds any carriage return, else a line feed.
+std::string lineEnding(std::string_view bytes);
+
 // Whether only spaces and tabs stand between the start of the line and `offset`.
 bool isFirstOnLine(JSONSourceOffset offset, std::string_view bytes);
 
