@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "evidence/ReportedState.h"
+#include "hooks/HookLocation.h"
 
 namespace vigilmoth {
 
@@ -46,7 +47,7 @@ struct HookCatalogEntry {
 
 namespace HookCatalog {
 
-inline constexpr std::string_view kHookExecutableSuffix = "/Contents/MacOS/VigilmothHook";
+inline constexpr std::string_view kHookExecutableSuffix = HookLocation::executableSuffix();
 inline constexpr int kOpencodePluginVersion = 3;
 inline constexpr int kPiExtensionVersion = 2;
 

@@ -64,14 +64,13 @@ TEST(HookCatalogTest, TwoBenefitsKeepTheirMissingFullStop) {
 }
 
 TEST(HookCatalogTest, CommandsQuoteTheApplicationAsOneShellWord) {
+    const std::string hook(HookCatalog::kHookExecutableSuffix);
     EXPECT_EQ(HookCatalog::command("claude", "Stop", "/Applications/vigilmoth.app"),
-              "[ -x '/Applications/vigilmoth.app/Contents/MacOS/VigilmothHook' ] && "
-              "'/Applications/vigilmoth.app/Contents/MacOS/VigilmothHook' claude Stop v=1 || "
-              "true");
+              "[ -x '/Applications/vigilmoth.app" + hook + "' ] && '/Applications/vigilmoth.app" +
+                  hook + "' claude Stop v=1 || true");
     EXPECT_EQ(HookCatalog::command("codex", "Stop", "/Applications/My App's.app"),
-              "[ -x '/Applications/My App'\\''s.app/Contents/MacOS/VigilmothHook' ] && "
-              "'/Applications/My App'\\''s.app/Contents/MacOS/VigilmothHook' codex Stop v=1 || "
-              "true");
+              "[ -x '/Applications/My App'\\''s.app" + hook +
+                  "' ] && '/Applications/My App'\\''s.app" + hook + "' codex Stop v=1 || true");
 }
 
 // The shell itself is the judge of the quoting: whatever the path, the hook receives exactly
@@ -83,8 +82,8 @@ TEST(HookCatalogTest, TheShellRunsCommandsForAwkwardPaths) {
     for (const auto& name : names) {
         SCOPED_TRACE(name);
         std::string app = folder / name;
-        std::filesystem::create_directories(app + "/Contents/MacOS");
         std::string hook = HookCatalog::hookExecutable(app);
+        std::filesystem::create_directories(std::filesystem::path(hook).parent_path());
         testing::writeFile(hook, "#!/bin/sh\nprintf '%s|' \"$@\"\nexit 3\n");
         std::filesystem::permissions(hook, std::filesystem::perms::owner_all);
         auto ran = testing::runProcess("/bin/sh", {"-c", HookCatalog::command("pi", "a b", app)});
