@@ -1,5 +1,6 @@
 #include "hooks/JSONSourceParser.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 namespace vigilmoth {
@@ -147,6 +148,14 @@ JSONSourceNode JSONSourceParser::string() {
     if (!closed) throw JSONSourceError(begin);
     auto text =
         bytes_.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(offset_ - begin));
+    auto inner = text.substr(1, text.size() - 2);
+    // Plain ASCII without escapes or control bytes is its own value; most keys and values
+    // in a settings file are like that, and skipping the decoder for them is much faster.
+    bool plain = std::all_of(inner.begin(), inner.end(), [](char byte) {
+        auto code = static_cast<unsigned char>(byte);
+        return code >= 0x20 && code < 0x80 && byte != '\\';
+    });
+    if (plain) return {JSONSourceNode::String{std::string(inner)}, {begin, offset_}};
     auto decoded = decode(text);
     if (!decoded || !decoded->is_string()) throw JSONSourceError(begin);
     return {JSONSourceNode::String{decoded->get<std::string>()}, {begin, offset_}};

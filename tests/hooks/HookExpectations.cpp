@@ -126,7 +126,8 @@ void expectInstalledOver(const std::string& before, const std::string& after,
     if (!blank && !std::regex_search(before, spacedEmpty)) {
         EXPECT_TRUE(onlyInserted(before, after)) << after;
     }
-    if (before.find('\r') != std::string::npos) {
+    // A blank file is replaced by a fresh document, which has line feeds of its own.
+    if (!blank && before.find('\r') != std::string::npos) {
         EXPECT_EQ(bareLineFeeds(after), bareLineFeeds(before)) << "new lines follow the file's";
     }
     EXPECT_EQ(HookConfigEditor::status(after, entry, appPath), HookStatus::installed(1));
