@@ -46,18 +46,18 @@ std::optional<std::string> HookInstaller::write(const std::string& bytes, const 
     if (exists && !files_.isWritable(target)) throw HookInstallError(Kind::notWritable);
     const auto folder = split(target).first;
     if (!files_.isDirectory(folder)) files_.createDirectories(folder);
-    auto permissions = exists ? files_.permissions(target) : std::nullopt;
+    const auto permissions = files_.permissions(target);
     std::optional<std::string> made;
     if (backup && exists) {
         auto copy = backupURL(target);
         if (files_.write(copy, now.bytes)) {
             // The copy holds what the original holds, so it is no more readable than it.
-            if (permissions) files_.setPermissions(copy, *permissions);
+            if (permissions.has_value()) files_.setPermissions(copy, permissions.value());
             made = copy;
         }
     }
     if (!files_.write(target, bytes)) throw HookInstallError(Kind::writeFailed);
-    if (permissions) files_.setPermissions(target, *permissions);
+    if (permissions.has_value()) files_.setPermissions(target, permissions.value());
     pruneBackups(target);
     return made;
 }

@@ -60,7 +60,7 @@ bool SystemHookFileAccess::createDirectories(const std::string& path) {
 std::optional<unsigned> SystemHookFileAccess::permissions(const std::string& path) {
     std::error_code error;
     auto status = fs::status(path, error);
-    if (error) return std::nullopt;
+    if (error || !fs::exists(status)) return std::nullopt;
     return static_cast<unsigned>(status.permissions());
 }
 
