@@ -4,8 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <random>
+
 #include "hooks/HookExpectations.h"
 #include "hooks/JSONSourceText.h"
+#include "support/TestSupport.h"
 
 namespace vigilmoth {
 namespace {
@@ -220,6 +224,39 @@ TEST(HookConfigEditorTest, RecordsKnowWhatWasEmpty) {
     EXPECT_EQ(interiors[0], (HookInstallRecord::Interior{{"hooks"}, " \n "}));
     EXPECT_EQ(restoring(interiors, "{\"hooks\": {}}"), "{\"hooks\": { \n }}");
     EXPECT_EQ(restoring(interiors, "{\"hooks\": {\"a\": 1}}"), "{\"hooks\": {\"a\": 1}}");
+}
+
+// Damaged settings files are installed into and given back exactly, or refused; nothing else.
+TEST(HookConfigEditorTest, MutatedSettingsAreEditedCleanlyOrRefused) {
+    std::vector<std::string> seeds;
+    for (const auto& item :
+         std::filesystem::directory_iterator(testing::fixture("settings/claude"))) {
+        seeds.push_back(testing::readFile(item.path()));
+    }
+    const std::string alphabet = "{}[]\",: \n\r\t\\0a";
+    std::mt19937 random(99);
+    auto pick = [&](std::size_t size) {
+        return std::uniform_int_distribution<std::size_t>(0, size - 1)(random);
+    };
+    int edited = 0;
+    for (int round = 0; round < 100; ++round) {
+        auto text = seeds[pick(seeds.size())];
+        for (int edits = 0; edits < 2 && !text.empty(); ++edits) {
+            text[pick(text.size())] = alphabet[pick(alphabet.size())];
+        }
+        SCOPED_TRACE(text);
+        HookInstallRecord record;
+        std::string after;
+        try {
+            after = installed(text, entry("claude"), record);
+        } catch (const HookInstallError&) {
+            continue;
+        }
+        ++edited;
+        EXPECT_EQ(status(after, entry("claude"), kApp), HookStatus::installed(1));
+        EXPECT_EQ(uninstalling(after, entry("claude"), record, true), text);
+    }
+    EXPECT_GT(edited, 10);
 }
 
 TEST(HookConfigEditorTest, PreviewShowsWhatAnInstallWrites) {

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <random>
 
 #include "base/Log.h"
 #include "hooks/HookExpectations.h"
@@ -295,6 +296,24 @@ TEST_F(HookInstallerTest, EachGuardStopsWithItsMessageAndWritesNothing) {
     }
 }
 
+TEST_F(HookInstallerTest, RemovalRereadsBeforeDeletingAFileItCreated) {
+    const auto& cursor = entry("cursor");
+    setUp(cursor);
+    installer().install(cursor);
+    files.reads.clear();
+    files.beforeRead = [&](const std::string& path, int count) {
+        if (path.ends_with("hooks.json") && count == 2) writeFile(path, "{\"model\": \"x\"}\n");
+    };
+    EXPECT_EQ(failure([&] { installer().uninstall(cursor); }, cursor),
+              "~/.cursor/hooks.json changed while vigilmoth was working on it. Nothing was "
+              "written. Try again.");
+    files.beforeRead = nullptr;
+    EXPECT_EQ(readFile(config(cursor)), "{\"model\": \"x\"}\n");
+    EXPECT_TRUE(fs::exists(installer().recordPath(cursor))) << "kept for another try";
+    installer().uninstall(cursor);
+    EXPECT_EQ(readFile(config(cursor)), "{\"model\": \"x\"}\n");
+}
+
 TEST_F(HookInstallerTest, AnAgentThatIsNotSetUpIsLeftAlone) {
     for (const auto& target : HookCatalog::entries()) {
         SCOPED_TRACE(target.id);
@@ -360,6 +379,25 @@ TEST_F(HookInstallerTest, RemovalDeletesOnlyThisAgentsStateFiles) {
     EXPECT_EQ(left,
               (std::vector<std::string>{"claude-123.json", "codex-9.json.tmp", "codex.json"}));
     EXPECT_FALSE(fs::exists(config(codex)));
+}
+
+TEST(HookInstallRecordTest, DamagedRecordsAreReadAsFarAsTheyGo) {
+    HookInstallRecord record;
+    record.emptyBefore = {{"hooks"}, {"hooks", "Stop"}};
+    record.blankBefore = "\n";
+    record.interiors = std::vector<HookInstallRecord::Interior>{{{"hooks"}, " "}};
+    record.backups = {"/x"};
+    const auto text = record.toJSON().dump();
+    std::mt19937 random(7);
+    for (int round = 0; round < 3000; ++round) {
+        auto damaged = text;
+        for (int edits = 0; edits < 3; ++edits) {
+            auto at = std::uniform_int_distribution<std::size_t>(0, damaged.size() - 1)(random);
+            damaged[at] = static_cast<char>(std::uniform_int_distribution<int>(32, 126)(random));
+        }
+        auto json = nlohmann::json::parse(damaged, nullptr, false);
+        if (!json.is_discarded()) HookInstallRecord::fromJSON(json);
+    }
 }
 
 TEST(HookInstallRecordTest, RoundTripsAndReadsWhatItCan) {
