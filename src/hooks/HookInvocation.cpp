@@ -1,6 +1,7 @@
 #include "hooks/HookInvocation.h"
 
 #include <charconv>
+#include <istream>
 #include <limits>
 #include <nlohmann/json.hpp>
 
@@ -117,13 +118,27 @@ std::optional<HookInvocation> HookInvocation::parse(const std::vector<std::strin
     return invocation;
 }
 
-HookInput HookInput::parse(std::string_view text) {
+namespace {
+
+template <typename Source>
+HookInput parsed(Source&& source) {
     HookInput input;
     TopLevelFields fields(input);
-    bool complete = json::sax_parse(text, &fields, json::input_format_t::json, true, false);
+    bool complete = json::sax_parse(std::forward<Source>(source), &fields,
+                                    json::input_format_t::json, true, false);
     if (!complete || !fields.wasObject()) return {};
     input.sessionID = fields.sessionID();
     return input;
+}
+
+}  // namespace
+
+HookInput HookInput::parse(std::string_view text) {
+    return parsed(text);
+}
+
+HookInput HookInput::parse(std::istream& stream) {
+    return parsed(stream);
 }
 
 }  // namespace vigilmoth

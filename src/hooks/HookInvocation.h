@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +35,8 @@ struct HookInput {
     // Input that is not one whole JSON object gives nothing; fields of the wrong kind are left
     // out. Large members (tool output, transcripts) are skipped without being kept.
     static HookInput parse(std::string_view text);
+    // The same, read from a stream to its end without keeping the whole text.
+    static HookInput parse(std::istream& stream);
 };
 
 }  // namespace vigilmoth
