@@ -15,6 +15,7 @@
 #include "hooks/HookLocation.h"
 #include "lab/LabCommand.h"
 #include "platform/linux/SystemEnvironment.h"
+#include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/SystemSingleCopy.h"
 
 namespace vigilmoth::Platform {
@@ -115,8 +116,9 @@ int runDisplayProbe(double) {
 
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
+    SystemProcessCensus census;
     auto paths = systemPathEnvironment();
-    LabContext context{std::cout, std::cerr};
+    LabContext context{std::cout, std::cerr, &census};
     context.home = paths.home;
     context.applicationSupport = WellKnownPaths::applicationSupport(paths);
     context.appPath = ownAppPath();
