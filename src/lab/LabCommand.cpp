@@ -4,6 +4,7 @@
 #include <map>
 
 #include "lab/LabAgents.h"
+#include "lab/LabHooks.h"
 
 namespace vigilmoth::LabCommand {
 namespace {
@@ -15,6 +16,7 @@ using Handler = std::function<bool(const Parameters&, LabContext&)>;
 const std::map<std::string, Handler>& commands() {
     static const std::map<std::string, Handler> table = {
         {"--lab-agents", LabAgents::run},
+        {"--lab-hooks", LabHooks::run},
     };
     return table;
 }

@@ -16,6 +16,12 @@ struct LabContext {
     std::ostream& err;
     // The live process table; absent where the platform offers none.
     ProcessCensusing* census = nullptr;
+    // The user's home folder, where the agents' settings files live.
+    std::string home = {};
+    // vigilmoth's own folder for the files it writes (install records, hook state files).
+    std::string applicationSupport = {};
+    // The folder that the hook executable's path suffix hangs from (HookLocation).
+    std::string appPath = {};
 };
 
 // The command-line lab: every invocation with an argument beginning "--lab-".

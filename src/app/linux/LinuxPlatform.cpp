@@ -5,12 +5,14 @@
 #include <asio.hpp>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <thread>
 
 #include "app/Platform.h"
 #include "base/Log.h"
+#include "hooks/HookLocation.h"
 #include "lab/LabCommand.h"
 #include "platform/linux/SystemEnvironment.h"
 #include "platform/linux/SystemProcessCensus.h"
@@ -55,6 +57,13 @@ private:
     asio::local::datagram_protocol::socket socket_;
     std::array<char, 256> buffer_{};
 };
+
+// The install prefix above this executable's bin/, which also holds libexec/ in the build tree.
+std::string ownAppPath() {
+    std::error_code error;
+    auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : HookLocation::appPath(executable.string());
+}
 
 }  // namespace
 
@@ -108,7 +117,11 @@ int runDisplayProbe(double) {
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
     SystemProcessCensus census;
+    auto paths = systemPathEnvironment();
     LabContext context{std::cout, std::cerr, &census};
+    context.home = paths.home;
+    context.applicationSupport = WellKnownPaths::applicationSupport(paths);
+    context.appPath = ownAppPath();
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();
     std::cerr.flush();

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vigilmoth::HookScripts {
+
+// The texts of every template version; `HookCatalog` hands out the current ones and
+// `HookPluginHistory` the earlier ones.
+std::string opencodePlugin(int version, std::string_view appPath);
+std::string piExtension(int version, std::string_view appPath);
+
+// A JSON string literal with slashes left alone, or an empty literal for text that is not UTF-8.
+std::string stringLiteral(std::string_view text);
+
+}  // namespace vigilmoth::HookScripts
