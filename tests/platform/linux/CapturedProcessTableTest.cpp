@@ -52,6 +52,7 @@ protected:
             }
         }
         writeFile(folder / "cmdline", process.commandLine);
+        writeFile(folder / "comm", process.name + "\n");
         std::filesystem::remove(folder / "exe");
         if (process.executable)
             std::filesystem::create_symlink(*process.executable, folder / "exe");
@@ -187,6 +188,24 @@ TEST_F(CapturedProcessTableTest, AReusedPidIsANewProcess) {
     auto fourth = rowOf(census, 100);
     ASSERT_TRUE(fourth);
     EXPECT_EQ(fourth->arguments, Words{"gemini"});
+}
+
+TEST_F(CapturedProcessTableTest, ASkippedProcessIsLookedAtAgainWhenItChanges) {
+    FakeProcess zombie;
+    zombie.state = 'Z';
+    zombie.name = "bash";
+    put(zombie);
+    SystemProcessCensus census(root_.path().string(), ::getuid());
+    EXPECT_FALSE(rowOf(census, 100));
+    EXPECT_FALSE(rowOf(census, 100)) << "still the same zombie";
+
+    // The pid now belongs to a live agent under another name.
+    FakeProcess agent;
+    agent.startTicks = 120000;
+    put(agent);
+    auto row = rowOf(census, 100);
+    ASSERT_TRUE(row);
+    EXPECT_EQ(row->arguments, (Words{"claude", "--resume"}));
 }
 
 }  // namespace
