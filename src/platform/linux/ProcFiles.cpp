@@ -75,8 +75,9 @@ std::optional<Stat> parseStat(std::string_view text) {
     auto flags = number<uint32_t>(fields[6]);
     auto user = number<uint64_t>(fields[11]);
     auto system = number<uint64_t>(fields[12]);
+    auto threads = number<uint32_t>(fields[17]);
     auto start = number<uint64_t>(fields[19]);
-    if (!ppid || !pgid || !tty || !tpgid || !flags || !user || !system || !start)
+    if (!ppid || !pgid || !tty || !tpgid || !flags || !user || !system || !threads || !start)
         return std::nullopt;
     stat.ppid = *ppid;
     stat.pgid = *pgid;
@@ -85,6 +86,7 @@ std::optional<Stat> parseStat(std::string_view text) {
     stat.flags = *flags;
     stat.userTicks = *user;
     stat.systemTicks = *system;
+    stat.threads = *threads;
     stat.startTicks = *start;
     return stat;
 }

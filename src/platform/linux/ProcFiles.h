@@ -22,6 +22,7 @@ struct Stat {
     int32_t tpgid = 0;
     uint64_t userTicks = 0;
     uint64_t systemTicks = 0;
+    uint32_t threads = 1;
     uint64_t startTicks = 0;  // clock ticks after boot
 
     bool operator==(const Stat&) const = default;

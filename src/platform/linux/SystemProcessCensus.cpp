@@ -244,10 +244,14 @@ std::optional<ProcessInfoRow> SystemProcessCensus::read(int32_t pid, Image* cach
         return std::nullopt;
     }
     // schedstat counts nanoseconds but only for the main thread, while stat's ticks cover
-    // every thread: the larger of the two is the best the kernel gives, and never goes back.
+    // every thread. For a process of one thread the nanoseconds are the better figure (the
+    // larger of the two, so that it never goes back); for more, only the ticks are whole.
     double cpuTime = static_cast<double>(stat->userTicks + stat->systemTicks) /
                      static_cast<double>(ticksPerSecond_);
-    if (auto schedstat = readFile(folder, "schedstat", &Files::schedstat, cached, image)) {
+    auto schedstat = stat->threads == 1
+                         ? readFile(folder, "schedstat", &Files::schedstat, cached, image)
+                         : std::nullopt;
+    if (schedstat) {
         if (auto nanoseconds = ProcFiles::parseSchedstat(*schedstat))
             cpuTime = std::max(cpuTime, static_cast<double>(*nanoseconds) / 1e9);
     }
