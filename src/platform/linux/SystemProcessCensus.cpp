@@ -107,8 +107,10 @@ std::optional<std::vector<ProcessInfoRow>> SystemProcessCensus::snapshot() {
     if (!openRoot()) return std::nullopt;
     // A second descriptor of the folder, so that listing it never disturbs the one used for
     // the per-process reads.
-    DIR* listing = ::fdopendir(::openat(root_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor folder(::openat(root_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    DIR* listing = folder ? ::fdopendir(folder.get()) : nullptr;
     if (listing == nullptr) return std::nullopt;
+    folder.release();  // the listing owns it now
     std::vector<int32_t> pids;
     pids.reserve(images_.size() + 64);
     while (const dirent* entry = ::readdir(listing)) {
