@@ -21,6 +21,7 @@ struct FakeProcess {
     char state = 'S';
     int tty = 0;
     uint64_t userTicks = 0, systemTicks = 0, startTicks = 94970;
+    int threads = 1;
     std::optional<std::string> schedstat = "1068031 442757 2\n";
     std::optional<std::string> io = "rchar: 1\nwchar: 8622\nsyscr: 1\n";
     std::optional<std::string> executable = "/opt/agents/claude/bin/claude.exe";
@@ -41,7 +42,8 @@ protected:
                                        process.state + " 1 " + std::to_string(process.pid) + " 1 " +
                                        std::to_string(process.tty) + " -1 0 0 0 0 0 " +
                                        std::to_string(process.userTicks) + " " +
-                                       std::to_string(process.systemTicks) + " 0 0 20 0 1 0 " +
+                                       std::to_string(process.systemTicks) + " 0 0 20 0 " +
+                                       std::to_string(process.threads) + " 0 " +
                                        std::to_string(process.startTicks) + " 1000 50\n");
         for (const auto& [file, text] :
              {std::pair{"schedstat", process.schedstat}, std::pair{"io", process.io}}) {
@@ -52,6 +54,7 @@ protected:
             }
         }
         writeFile(folder / "cmdline", process.commandLine);
+        writeFile(folder / "comm", process.name + "\n");
         std::filesystem::remove(folder / "exe");
         if (process.executable)
             std::filesystem::create_symlink(*process.executable, folder / "exe");
@@ -91,19 +94,23 @@ TEST_F(CapturedProcessTableTest, TakesTheBetterOfTheTwoCpuClocks) {
     const struct {
         const char* name;
         uint64_t userTicks, systemTicks;
+        int threads;
         std::optional<std::string> schedstat;
         double expected;  // in ticks when above 1, else seconds
     } cases[] = {
-        {"nanoseconds beat ticks for one thread", 10, 5, "150000000 1 1\n", 0.15},
-        {"other threads count only in the ticks", 300, 100, "150000000 1 1\n", -400},
-        {"no schedstat", 30, 20, std::nullopt, -50},
-        {"unreadable schedstat", 30, 20, "garbage\n", -50},
+        {"nanoseconds beat ticks for one thread", 10, 5, 1, "150000000 1 1\n", 0.15},
+        {"ticks are never undercut", 300, 100, 1, "150000000 1 1\n", -400},
+        // The nanoseconds would be the main thread's alone.
+        {"several threads count in the ticks only", 10, 5, 4, "150000000 1 1\n", -15},
+        {"no schedstat", 30, 20, 1, std::nullopt, -50},
+        {"unreadable schedstat", 30, 20, 1, "garbage\n", -50},
     };
     for (const auto& testCase : cases) {
         SCOPED_TRACE(testCase.name);
         FakeProcess process;
         process.userTicks = testCase.userTicks;
         process.systemTicks = testCase.systemTicks;
+        process.threads = testCase.threads;
         process.schedstat = testCase.schedstat;
         put(process);
         SystemProcessCensus census(root_.path().string(), ::getuid());
@@ -187,6 +194,24 @@ TEST_F(CapturedProcessTableTest, AReusedPidIsANewProcess) {
     auto fourth = rowOf(census, 100);
     ASSERT_TRUE(fourth);
     EXPECT_EQ(fourth->arguments, Words{"gemini"});
+}
+
+TEST_F(CapturedProcessTableTest, ASkippedProcessIsLookedAtAgainWhenItChanges) {
+    FakeProcess zombie;
+    zombie.state = 'Z';
+    zombie.name = "bash";
+    put(zombie);
+    SystemProcessCensus census(root_.path().string(), ::getuid());
+    EXPECT_FALSE(rowOf(census, 100));
+    EXPECT_FALSE(rowOf(census, 100)) << "still the same zombie";
+
+    // The pid now belongs to a live agent under another name.
+    FakeProcess agent;
+    agent.startTicks = 120000;
+    put(agent);
+    auto row = rowOf(census, 100);
+    ASSERT_TRUE(row);
+    EXPECT_EQ(row->arguments, (Words{"claude", "--resume"}));
 }
 
 }  // namespace

@@ -26,6 +26,8 @@ TEST(ProcFilesTest, ReadsStatFiles) {
     EXPECT_EQ(stat->ttyNumber, 0);
     EXPECT_EQ(stat->tpgid, -1);
     EXPECT_EQ(stat->startTicks, 94970u);
+    EXPECT_EQ(stat->threads, 1u);
+    EXPECT_EQ(stat->flags, 4194304u);
 
     // A process may name itself anything, parentheses and spaces included.
     auto renamed = ProcFiles::parseStat(captured("renamed-stat"));
@@ -36,12 +38,18 @@ TEST(ProcFilesTest, ReadsStatFiles) {
     EXPECT_EQ(renamed->startTicks, 94415u);
 
     const std::string withTerminal =
-        "42 (zsh) Z 1 42 42 34816 -1 0 0 0 0 0 7 3 0 0 20 0 1 0 555 0 0";
+        "42 (zsh) Z 1 42 42 34816 -1 0 0 0 0 0 7 3 0 0 20 0 3 0 555 0 0";
     auto zombie = ProcFiles::parseStat(withTerminal);
     ASSERT_TRUE(zombie);
     EXPECT_EQ(zombie->state, 'Z');
     EXPECT_EQ(zombie->ttyNumber, 34816);
     EXPECT_EQ(zombie->userTicks + zombie->systemTicks, 10u);
+    EXPECT_EQ(zombie->threads, 3u);
+    EXPECT_FALSE(ProcFiles::isKernelThread(*zombie));
+    auto kernelThread = ProcFiles::parseStat(
+        "10 (kworker/0:0H-kblockd) I 2 0 0 0 -1 69238880 0 0 0 0 0 13 0 0 0 -20 1 0 22 0 0");
+    ASSERT_TRUE(kernelThread);
+    EXPECT_TRUE(ProcFiles::isKernelThread(*kernelThread));
 }
 
 TEST(ProcFilesTest, ReadsTheSmallFiles) {
