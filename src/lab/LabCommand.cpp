@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <map>
 
+#include "lab/LabAgents.h"
+
 namespace vigilmoth::LabCommand {
 namespace {
 
@@ -11,7 +13,9 @@ using Handler = std::function<bool(const Parameters&, LabContext&)>;
 
 // One entry per lab command; the dispatch below knows nothing else about them.
 const std::map<std::string, Handler>& commands() {
-    static const std::map<std::string, Handler> table = {};
+    static const std::map<std::string, Handler> table = {
+        {"--lab-agents", LabAgents::run},
+    };
     return table;
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "catalog/ProcessCensus.h"
+
 namespace vigilmoth {
 
 // What lab commands may use of the world. The platform's entry fills it in; tests build
@@ -12,6 +14,8 @@ namespace vigilmoth {
 struct LabContext {
     std::ostream& out;
     std::ostream& err;
+    // The live process table; absent where the platform offers none.
+    ProcessCensusing* census = nullptr;
 };
 
 // The command-line lab: every invocation with an argument beginning "--lab-".

@@ -13,6 +13,7 @@
 #include "base/Log.h"
 #include "lab/LabCommand.h"
 #include "platform/linux/SystemEnvironment.h"
+#include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/SystemSingleCopy.h"
 
 namespace vigilmoth::Platform {
@@ -106,7 +107,8 @@ int runDisplayProbe(double) {
 
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
-    LabContext context{std::cout, std::cerr};
+    SystemProcessCensus census;
+    LabContext context{std::cout, std::cerr, &census};
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();
     std::cerr.flush();
