@@ -1,5 +1,6 @@
 #include "platform/linux/ProcFiles.h"
 
+#include <array>
 #include <charconv>
 
 #include "base/Utf8.h"
@@ -15,16 +16,18 @@ std::optional<Number> number(std::string_view word) {
     return value;
 }
 
-// Splits at single spaces, as the kernel writes these files.
-std::vector<std::string_view> words(std::string_view text, size_t limit) {
-    std::vector<std::string_view> result;
-    while (!text.empty() && result.size() < limit) {
+// Splits at single spaces, as the kernel writes these files, into at most N words; answers how
+// many were found. (No allocation: this runs for every process on every census.)
+template <size_t N>
+size_t words(std::string_view text, std::array<std::string_view, N>& result) {
+    size_t count = 0;
+    while (!text.empty() && count < N) {
         auto space = text.find(' ');
-        result.push_back(text.substr(0, space));
+        result[count++] = text.substr(0, space);
         if (space == std::string_view::npos) break;
         text.remove_prefix(space + 1);
     }
-    return result;
+    return count;
 }
 
 // The value of the line "key: value" or "key value" among the lines of a file.
@@ -59,8 +62,8 @@ std::optional<Stat> parseStat(std::string_view text) {
     std::string_view rest = text.substr(close + 2);
     while (!rest.empty() && rest.back() == '\n')
         rest.remove_suffix(1);
-    auto fields = words(rest, 20);
-    if (fields.size() < 20 || fields[0].size() != 1) return std::nullopt;
+    std::array<std::string_view, 20> fields;
+    if (words(rest, fields) < 20 || fields[0].size() != 1) return std::nullopt;
     Stat stat;
     stat.pid = *pid;
     stat.name = std::string(text.substr(open + 2, close - open - 2));
@@ -69,14 +72,17 @@ std::optional<Stat> parseStat(std::string_view text) {
     auto pgid = number<int32_t>(fields[2]);
     auto tty = number<int32_t>(fields[4]);
     auto tpgid = number<int32_t>(fields[5]);
+    auto flags = number<uint32_t>(fields[6]);
     auto user = number<uint64_t>(fields[11]);
     auto system = number<uint64_t>(fields[12]);
     auto start = number<uint64_t>(fields[19]);
-    if (!ppid || !pgid || !tty || !tpgid || !user || !system || !start) return std::nullopt;
+    if (!ppid || !pgid || !tty || !tpgid || !flags || !user || !system || !start)
+        return std::nullopt;
     stat.ppid = *ppid;
     stat.pgid = *pgid;
     stat.ttyNumber = *tty;
     stat.tpgid = *tpgid;
+    stat.flags = *flags;
     stat.userTicks = *user;
     stat.systemTicks = *system;
     stat.startTicks = *start;
@@ -84,8 +90,8 @@ std::optional<Stat> parseStat(std::string_view text) {
 }
 
 std::optional<uint64_t> parseSchedstat(std::string_view text) {
-    auto fields = words(text, 1);
-    if (fields.empty()) return std::nullopt;
+    std::array<std::string_view, 1> fields;
+    if (words(text, fields) == 0) return std::nullopt;
     return number<uint64_t>(fields[0]);
 }
 

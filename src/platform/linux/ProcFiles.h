@@ -15,6 +15,7 @@ struct Stat {
     int32_t pid = 0;
     std::string name;  // the kernel's short command name
     char state = '?';
+    uint32_t flags = 0;  // the kernel's PF_* flags of the task
     int32_t ppid = 0;
     int32_t pgid = 0;
     int32_t ttyNumber = 0;  // 0 when there is no controlling terminal
@@ -27,6 +28,11 @@ struct Stat {
 };
 
 std::optional<Stat> parseStat(std::string_view text);
+
+// A kernel thread: no executable, no arguments, never an agent.
+inline bool isKernelThread(const Stat& stat) {
+    return (stat.flags & 0x00200000u) != 0;
+}
 
 // The nanoseconds the process's main thread has run, from /proc/<pid>/schedstat.
 std::optional<uint64_t> parseSchedstat(std::string_view text);

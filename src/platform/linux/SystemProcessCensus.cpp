@@ -24,21 +24,20 @@ size_t descriptorBudget() {
     return limit.rlim_cur > reserve ? static_cast<size_t>((limit.rlim_cur - reserve) / 2) : 0;
 }
 
-// Reads a whole file from its start. The small /proc files come in one read, so a short read
-// ends it without a second system call.
-bool readWhole(int descriptor, std::string& text) {
-    if (text.size() < 4096) text.resize(4096);
+// Reads a whole file from its start into `buffer`, which only grows. The small /proc files come
+// in one read, so a short read ends it without a second system call.
+std::optional<std::string_view> readWhole(int descriptor, std::string& buffer) {
+    if (buffer.size() < 4096) buffer.resize(4096);
     size_t length = 0;
     while (true) {
-        ssize_t count = ::pread(descriptor, text.data() + length, text.size() - length,
+        ssize_t count = ::pread(descriptor, buffer.data() + length, buffer.size() - length,
                                 static_cast<off_t>(length));
-        if (count < 0) return false;
+        if (count < 0) return std::nullopt;
         length += static_cast<size_t>(count);
-        if (length < text.size()) break;
-        text.resize(text.size() * 2);
+        if (length < buffer.size()) break;
+        buffer.resize(buffer.size() * 2);
     }
-    text.resize(length);
-    return true;
+    return std::string_view(buffer.data(), length);
 }
 
 FileDescriptor openAt(int folder, const std::string& relative) {
@@ -88,8 +87,9 @@ bool SystemProcessCensus::openRoot() {
     // Read once, so that a process's start time is the same on every read.
     if (!bootTime_) {
         FileDescriptor stat = openAt(root_.get(), "stat");
-        std::string text;
-        if (stat && readWhole(stat.get(), text)) bootTime_ = ProcFiles::parseBootTime(text);
+        std::optional<std::string_view> text;
+        if (stat && (text = readWhole(stat.get(), buffer_)))
+            bootTime_ = ProcFiles::parseBootTime(*text);
     }
     return bootTime_.has_value();
 }
@@ -126,9 +126,8 @@ std::optional<std::vector<ProcessInfoRow>> SystemProcessCensus::snapshot() {
         auto cached = images_.find(pid);
         Image image;
         auto row = read(pid, cached == images_.end() ? nullptr : &cached->second, image);
-        if (!row) continue;
-        images.emplace(pid, std::move(image));
-        rows.push_back(std::move(*row));
+        if (row || image.skipped) images.emplace(pid, std::move(image));
+        if (row) rows.push_back(std::move(*row));
     }
     // Images of processes that have gone are dropped here, closing their files.
     images_ = std::move(images);
@@ -141,7 +140,7 @@ std::optional<ProcessInfoRow> SystemProcessCensus::row(int32_t pid) {
     auto cached = images_.find(pid);
     Image image;
     auto found = read(pid, cached == images_.end() ? nullptr : &cached->second, image);
-    if (found) {
+    if (found || image.skipped) {
         images_[pid] = std::move(image);
     } else if (cached != images_.end()) {
         images_.erase(cached);
@@ -149,25 +148,28 @@ std::optional<ProcessInfoRow> SystemProcessCensus::row(int32_t pid) {
     return found;
 }
 
-bool SystemProcessCensus::readFile(const std::string& relative, FileDescriptor Files::*file,
-                                   Image* cached, Image& image, std::string& text) {
+std::optional<std::string_view> SystemProcessCensus::readFile(const std::string& folder,
+                                                              const char* leaf,
+                                                              FileDescriptor Files::*file,
+                                                              Image* cached, Image& image) {
     if (cached && (cached->files.*file).valid()) {
         FileDescriptor kept = std::move(cached->files.*file);
         // A kept file of a process that has gone fails here; a new process under the same
         // pid is then read through a fresh file.
-        if (readWhole(kept.get(), text)) {
+        if (auto text = readWhole(kept.get(), buffer_)) {
             image.files.*file = std::move(kept);
             ++keptDescriptors_;
-            return true;
+            return text;
         }
     }
-    FileDescriptor opened = openAt(root_.get(), relative);
-    if (!opened || !readWhole(opened.get(), text)) return false;
-    if (keptDescriptors_ < descriptorBudget_) {
+    FileDescriptor opened = openAt(root_.get(), folder + "/" + leaf);
+    if (!opened) return std::nullopt;
+    auto text = readWhole(opened.get(), buffer_);
+    if (text && keptDescriptors_ < descriptorBudget_) {
         image.files.*file = std::move(opened);
         ++keptDescriptors_;
     }
-    return true;
+    return text;
 }
 
 bool SystemProcessCensus::readImage(const std::string& folder, Image& image) {
@@ -175,44 +177,83 @@ bool SystemProcessCensus::readImage(const std::string& folder, Image& image) {
     if (!path) return false;
     image.executablePath = std::move(*path);
     FileDescriptor commandLine = openAt(root_.get(), folder + "/cmdline");
-    std::string text;
+    std::optional<std::string_view> text;
     // Unreadable arguments leave the list empty; the process still counts.
-    if (commandLine && readWhole(commandLine.get(), text))
-        image.arguments = ProcFiles::parseCommandLine(text);
+    if (commandLine && (text = readWhole(commandLine.get(), buffer_)))
+        image.arguments = ProcFiles::parseCommandLine(*text);
     return true;
+}
+
+bool SystemProcessCensus::stillSkipped(Image& cached, Image& image) {
+    // Only the kept file counts: it fails once the process has gone, while a fresh one could
+    // show a new process that took over the pid.
+    if (!cached.files.name) return false;
+    auto text = readWhole(cached.files.name.get(), buffer_);
+    if (!text || ShortName::of(text->substr(0, text->find('\n'))) != cached.name) return false;
+    image = std::move(cached);
+    ++keptDescriptors_;
+    return true;
+}
+
+void SystemProcessCensus::markSkipped(const std::string& folder, Image& image) {
+    image.skipped = true;
+    image.files = {};
+    if (keptDescriptors_ >= descriptorBudget_) return;
+    image.files.name = openAt(root_.get(), folder + "/comm");
+    if (image.files.name) ++keptDescriptors_;
+}
+
+// /proc/<pid> belongs to the process's effective user. A process that made itself undumpable
+// shows as root's, but its executable could not be read anyway.
+bool SystemProcessCensus::ownedByUser(const std::string& folder) const {
+    struct stat owner {};
+    return ::fstatat(root_.get(), folder.c_str(), &owner, 0) == 0 && owner.st_uid == uid_;
 }
 
 std::optional<ProcessInfoRow> SystemProcessCensus::read(int32_t pid, Image* cached, Image& image) {
     const std::string folder = std::to_string(pid);
-    // /proc/<pid> belongs to the process's effective user. A process that made itself
-    // undumpable shows as root's, but its executable could not be read anyway.
-    struct stat owner {};
-    if (::fstatat(root_.get(), folder.c_str(), &owner, 0) != 0 || owner.st_uid != uid_)
-        return std::nullopt;
-    if (!readFile(folder + "/stat", &Files::stat, cached, image, buffer_)) return std::nullopt;
-    auto stat = ProcFiles::parseStat(buffer_);
-    if (!stat || stat->pid != pid || stat->state == 'Z' || stat->state == 'X') return std::nullopt;
+    if (cached && cached->skipped) {
+        if (stillSkipped(*cached, image)) return std::nullopt;
+        cached = nullptr;
+    }
+    // A process read before through its kept stat file is known to be the user's while it
+    // runs the same program; any other is checked before its files are opened.
+    bool ownerChecked = false;
+    if (!cached || !cached->files.stat.valid()) {
+        if (!ownedByUser(folder)) return std::nullopt;
+        ownerChecked = true;
+    }
+    auto text = readFile(folder, "stat", &Files::stat, cached, image);
+    auto stat = text ? ProcFiles::parseStat(*text) : std::nullopt;
+    if (!stat || stat->pid != pid) return std::nullopt;
     auto start = startTime(stat->startTicks);
     if (!start) return std::nullopt;
     image.startTime = *start;
     image.name = ShortName::of(stat->name);
-    if (cached && cached->startTime == image.startTime && cached->name == image.name) {
+    bool unchanged = cached && cached->startTime == image.startTime && cached->name == image.name;
+    if (!unchanged && !ownerChecked && !ownedByUser(folder)) return std::nullopt;
+    if (stat->state == 'Z' || stat->state == 'X' || ProcFiles::isKernelThread(*stat)) {
+        markSkipped(folder, image);
+        return std::nullopt;
+    }
+    if (unchanged) {
         image.executablePath = std::move(cached->executablePath);
         image.arguments = std::move(cached->arguments);
     } else if (!readImage(folder, image)) {
+        markSkipped(folder, image);
         return std::nullopt;
     }
     // schedstat counts nanoseconds but only for the main thread, while stat's ticks cover
     // every thread: the larger of the two is the best the kernel gives, and never goes back.
     double cpuTime = static_cast<double>(stat->userTicks + stat->systemTicks) /
                      static_cast<double>(ticksPerSecond_);
-    if (readFile(folder + "/schedstat", &Files::schedstat, cached, image, buffer_)) {
-        if (auto nanoseconds = ProcFiles::parseSchedstat(buffer_))
+    if (auto schedstat = readFile(folder, "schedstat", &Files::schedstat, cached, image)) {
+        if (auto nanoseconds = ProcFiles::parseSchedstat(*schedstat))
             cpuTime = std::max(cpuTime, static_cast<double>(*nanoseconds) / 1e9);
     }
     std::optional<uint64_t> written;
-    if (readFile(folder + "/io", &Files::io, cached, image, buffer_))
-        written = ProcFiles::parseIoWrittenBytes(buffer_);
+    if (auto io = readFile(folder, "io", &Files::io, cached, image))
+        written = ProcFiles::parseIoWrittenBytes(*io);
     ProcessInfoRow row;
     row.pid = pid;
     row.ppid = stat->ppid;

@@ -33,6 +33,7 @@ private:
         FileDescriptor stat;
         FileDescriptor schedstat;
         FileDescriptor io;
+        FileDescriptor name;  // comm, kept instead of the others for a skipped process
     };
     struct Image {
         double startTime = 0;
@@ -40,17 +41,26 @@ private:
         std::string executablePath;
         std::vector<std::string> arguments;
         Files files;
+        // Not one of the rows (a kernel thread, a zombie, an unreadable executable): kept so
+        // that the next snapshot passes over it with one read of its stat file.
+        bool skipped = false;
     };
     using Images = std::unordered_map<int32_t, Image>;
 
     bool openRoot();
     std::optional<double> startTime(uint64_t startTicks);
-    // Reads one process; `cached` is its image of the last snapshot, if any.
+    // Reads one process; `cached` is its image of the last snapshot, if any. `image` is worth
+    // keeping when there is a row or the image is marked skipped.
     std::optional<ProcessInfoRow> read(int32_t pid, Image* cached, Image& image);
-    // Reads one of the process's files into `text`, through its kept descriptor when there is
-    // one, and keeps the descriptor in `image` while the budget allows.
-    bool readFile(const std::string& relative, FileDescriptor Files::*file, Image* cached,
-                  Image& image, std::string& text);
+    // Reads one of the process's files into the shared buffer, through its kept descriptor when
+    // there is one, and keeps the descriptor in `image` while the budget allows.
+    std::optional<std::string_view> readFile(const std::string& folder, const char* leaf,
+                                             FileDescriptor Files::*file, Image* cached,
+                                             Image& image);
+    // Passes over a process skipped last time, with one read, while it stays the same.
+    bool stillSkipped(Image& cached, Image& image);
+    void markSkipped(const std::string& folder, Image& image);
+    bool ownedByUser(const std::string& folder) const;
     bool readImage(const std::string& folder, Image& image);
 
     std::mutex lock_;
