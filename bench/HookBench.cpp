@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "hooks/HookRunner.h"
-#include "platform/linux/SystemHookStateStore.h"
+#include "platform/posix/SystemHookStateStore.h"
 #include "platform/linux/SystemProcessCensus.h"
 
 namespace vigilmoth {
