@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 #include <random>
+#include <sstream>
 
 #include "support/TestSupport.h"
 
@@ -131,6 +132,8 @@ TEST(HookInvocationTest, RandomAndMutatedInputReadsWholeOrNothing) {
         }
         // The whole-document reader is the judge: the same fields, or nothing at all.
         auto input = HookInput::parse(text);
+        std::istringstream stream(text);
+        EXPECT_EQ(HookInput::parse(stream), input) << text;
         auto document = nlohmann::json::parse(text, nullptr, false);
         if (!document.is_object()) {
             EXPECT_EQ(input, HookInput{}) << text;
