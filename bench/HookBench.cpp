@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "hooks/HookRunner.h"
-#include "platform/linux/SystemHookStateStore.h"
+#include "platform/posix/SystemHookStateStore.h"
 #include "platform/linux/SystemProcessCensus.h"
 
 namespace vigilmoth {
@@ -33,12 +33,12 @@ BENCHMARK(HookInputParse)->Arg(1000)->Arg(1000000);
 void HookStateUpdateApplying(benchmark::State& state) {
     HookStateFile file{1, "claude", 100, 1000.5, {}};
     for (int index = 0; index < 10; ++index) {
-        file.sessions[HookStateFile::sessionKey("s" + std::to_string(index))] = {
+        file.sessions[HookStateFile::sessionKey(std::string(1, static_cast<char>('a' + index)))] = {
             "working", "PreToolUse", 2000.0 + index, {}, {}, {}};
     }
     std::optional<std::string> text = file.encode();
     HookInvocation invocation{"claude", "Stop", 1};
-    HookInput input{"s3", {}, {}, {}, {}};
+    HookInput input{"d", {}, {}, {}, {}};
     for (auto _ : state) {
         auto next = HookStateUpdate::applying(text, invocation, input, {100, 1000.5}, 3000);
         benchmark::DoNotOptimize(next->encode());

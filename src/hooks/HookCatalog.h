@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "evidence/ReportedState.h"
+#include "evidence/StateReport.h"
 #include "hooks/HookLocation.h"
 
 namespace vigilmoth {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "evidence/ReportedState.h"
+#include "evidence/StateReport.h"
 
 namespace vigilmoth {
 

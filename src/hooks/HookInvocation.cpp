@@ -104,6 +104,17 @@ std::optional<int> versionArgument(std::string_view argument) {
     return version;
 }
 
+template <typename Source>
+HookInput parsed(Source&& source) {
+    HookInput input;
+    TopLevelFields fields(input);
+    bool complete = json::sax_parse(std::forward<Source>(source), &fields,
+                                    json::input_format_t::json, true, false);
+    if (!complete || !fields.wasObject()) return {};
+    input.sessionID = fields.sessionID();
+    return input;
+}
+
 }  // namespace
 
 std::optional<HookInvocation> HookInvocation::parse(const std::vector<std::string>& arguments) {
@@ -117,21 +128,6 @@ std::optional<HookInvocation> HookInvocation::parse(const std::vector<std::strin
     }
     return invocation;
 }
-
-namespace {
-
-template <typename Source>
-HookInput parsed(Source&& source) {
-    HookInput input;
-    TopLevelFields fields(input);
-    bool complete = json::sax_parse(std::forward<Source>(source), &fields,
-                                    json::input_format_t::json, true, false);
-    if (!complete || !fields.wasObject()) return {};
-    input.sessionID = fields.sessionID();
-    return input;
-}
-
-}  // namespace
 
 HookInput HookInput::parse(std::string_view text) {
     return parsed(text);

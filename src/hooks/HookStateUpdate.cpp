@@ -8,18 +8,6 @@
 namespace vigilmoth::HookStateUpdate {
 namespace {
 
-std::string_view word(ReportedState state) {
-    switch (state) {
-        case ReportedState::working:
-            return "working";
-        case ReportedState::waitingForUser:
-            return "waiting";
-        case ReportedState::idle:
-            return "idle";
-    }
-    return "idle";
-}
-
 // The file to build on: the current one when it is this process's, else a fresh one (a file
 // left by an earlier process with the same id, or one that cannot be read, is replaced).
 HookStateFile base(const std::optional<std::string>& currentText, std::string_view agent,
@@ -71,8 +59,13 @@ std::optional<HookStateFile> applying(const std::optional<std::string>& currentT
         file.sessions.erase(recorded);
         return file;
     }
-    file.sessions[key] = HookStateFile::Session{
-        std::string(word(*action.state)), invocation.event, now, input.ts, input.seq, input.inst};
+    file.sessions[key] =
+        HookStateFile::Session{std::string(codedName(*action.state).value_or("idle")),
+                               invocation.event,
+                               now,
+                               input.ts,
+                               input.seq,
+                               input.inst};
     dropOldest(file);
     return file;
 }

@@ -6,6 +6,8 @@
 
 #include <random>
 
+#include "support/FuzzInput.h"
+
 namespace vigilmoth {
 namespace {
 
@@ -91,21 +93,7 @@ TEST(HookStateFileTest, MutatedFilesNeverCrashTheDecoder) {
     const std::string seed = file.encode();
     std::mt19937 random(7);
     for (int round = 0; round < 3000; ++round) {
-        std::string text = seed;
-        int edits = 1 + static_cast<int>(random() % 4);
-        for (int edit = 0; edit < edits && !text.empty(); ++edit) {
-            size_t at = random() % text.size();
-            switch (random() % 3) {
-                case 0:
-                    text[at] = static_cast<char>(random());
-                    break;
-                case 1:
-                    text.erase(at, 1 + random() % 8);
-                    break;
-                default:
-                    text.insert(at, 1, "{}[],:\"0e-\\"[random() % 11]);
-            }
-        }
+        std::string text = testing::mutatedText(seed, random);
         auto decoded = HookStateFile::decode(text);
         if (decoded) {
             EXPECT_EQ(HookStateFile::decode(decoded->encode()), decoded);

@@ -7,7 +7,9 @@
 
 #include <nlohmann/json.hpp>
 #include <random>
+#include <sstream>
 
+#include "support/FuzzInput.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
@@ -112,25 +114,12 @@ TEST(HookInvocationTest, RandomAndMutatedInputReadsWholeOrNothing) {
         testing::readFile(testing::fixture("hook-inputs/claude/009-Notification.stdin.json"));
     std::mt19937 random(11);
     for (int round = 0; round < 5000; ++round) {
-        std::string text;
-        if (round % 5 == 0) {
-            text.resize(random() % 200);
-            for (char& c : text)
-                c = static_cast<char>(random());
-        } else {
-            text = seed;
-            for (int edit = 0; edit < 1 + static_cast<int>(random() % 5); ++edit) {
-                size_t at = random() % text.size();
-                if (random() % 2) {
-                    text[at] = "{}[]\",:\\x0"[random() % 10];
-                } else {
-                    text.erase(at, 1 + random() % 10);
-                }
-                if (text.empty()) break;
-            }
-        }
+        std::string text =
+            round % 5 == 0 ? testing::randomBytes(random, 200) : testing::mutatedText(seed, random);
         // The whole-document reader is the judge: the same fields, or nothing at all.
         auto input = HookInput::parse(text);
+        std::istringstream stream(text);
+        EXPECT_EQ(HookInput::parse(stream), input) << text;
         auto document = nlohmann::json::parse(text, nullptr, false);
         if (!document.is_object()) {
             EXPECT_EQ(input, HookInput{}) << text;

@@ -1,62 +1,15 @@
-// The hook executable on Linux: its input, the process table and the state folder.
-#include <signal.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <iostream>
-#include <limits>
-
-#include "base/Date.h"
-#include "evidence/HookStateFile.h"
+// The hook executable on Linux: the /proc census and the XDG folders.
 #include "hook/HookPlatform.h"
-#include "hooks/HookRunner.h"
 #include "platform/linux/SystemEnvironment.h"
-#include "platform/linux/SystemHookStateStore.h"
 #include "platform/linux/SystemProcessCensus.h"
+#include "platform/posix/PosixHook.h"
 
-namespace vigilmoth::HookPlatform {
-namespace {
+namespace vigilmoth {
 
-// The agent waits for its hook; a hook that cannot finish in this time gives up quietly.
-constexpr unsigned kDeadlineSeconds = 3;
-
-void giveUp(int) {
-    ::_exit(0);
+int HookPlatform::main(const std::vector<std::string>& arguments) {
+    return PosixHook::main(arguments, [] {
+        return PosixHook::System{std::make_unique<SystemProcessCensus>(), systemPathEnvironment()};
+    });
 }
 
-std::optional<std::string> variable(const char* name) {
-    const char* value = std::getenv(name);
-    if (value == nullptr) return std::nullopt;
-    return std::string(value);
-}
-
-}  // namespace
-
-int main(const std::vector<std::string>& arguments) {
-    ::signal(SIGALRM, giveUp);
-    ::signal(SIGPIPE, SIG_IGN);
-    ::alarm(kDeadlineSeconds);
-    // Whatever goes wrong, the agent's hook must not fail: exceptions end the run, not the agent.
-    try {
-        std::ios::sync_with_stdio(false);
-        // Someone trying the hook by hand in a terminal gets no input rather than a wait.
-        HookInput input;
-        if (!::isatty(STDIN_FILENO)) {
-            input = HookInput::parse(std::cin);
-            // Reading stops at the first error; the agent is still writing, and must not see
-            // its hook close the pipe on it.
-            std::cin.clear();
-            std::cin.ignore(std::numeric_limits<std::streamsize>::max());
-        }
-        std::string folder =
-            HookStateFile::directory(systemPathEnvironment(), variable("VIGILMOTH_HOOKS_DIR"));
-        SystemProcessCensus census;
-        SystemHookStateStore store(folder);
-        HookRunner::run(arguments, input, static_cast<int32_t>(::getppid()),
-                        Date::now().secondsSince1970(), census, store);
-    } catch (...) {
-    }
-    return 0;
-}
-
-}  // namespace vigilmoth::HookPlatform
+}  // namespace vigilmoth

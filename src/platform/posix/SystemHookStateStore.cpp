@@ -1,4 +1,4 @@
-#include "platform/linux/SystemHookStateStore.h"
+#include "platform/posix/SystemHookStateStore.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
