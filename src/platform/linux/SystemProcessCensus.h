@@ -6,7 +6,7 @@
 #include <unordered_map>
 
 #include "catalog/ProcessCensus.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace vigilmoth {
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "hooks/HookRunner.h"
-#include "platform/linux/FileDescriptor.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace vigilmoth {
 
