@@ -3,15 +3,18 @@
 #include <algorithm>
 #include <map>
 
+#include "lab/LabCommands.h"
+
 namespace vigilmoth::LabCommand {
 namespace {
 
-using Parameters = std::vector<std::string>;
 using Handler = std::function<bool(const Parameters&, LabContext&)>;
 
 // One entry per lab command; the dispatch below knows nothing else about them.
 const std::map<std::string, Handler>& commands() {
-    static const std::map<std::string, Handler> table = {};
+    static const std::map<std::string, Handler> table = {
+        {"--lab-mark", markCommand},
+    };
     return table;
 }
 

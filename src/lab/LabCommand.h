@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Date.h"
+#include "lab/RecordingLocking.h"
+
 namespace vigilmoth {
 
 // What lab commands may use of the world. The platform's entry fills it in; tests build
@@ -12,6 +15,10 @@ namespace vigilmoth {
 struct LabContext {
     std::ostream& out;
     std::ostream& err;
+    // The folder that holds the recordings.
+    std::string labDirectory;
+    const RecordingLocking* recordingLock = nullptr;
+    std::function<Date()> now = Date::now;
 };
 
 // The command-line lab: every invocation with an argument beginning "--lab-".

@@ -12,7 +12,9 @@
 #include "app/Platform.h"
 #include "base/Log.h"
 #include "lab/LabCommand.h"
+#include "lab/LabRecorder.h"
 #include "platform/linux/SystemEnvironment.h"
+#include "platform/linux/SystemRecordingLock.h"
 #include "platform/linux/SystemSingleCopy.h"
 
 namespace vigilmoth::Platform {
@@ -106,7 +108,13 @@ int runDisplayProbe(double) {
 
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
-    LabContext context{std::cout, std::cerr};
+    SystemRecordingLock recordingLock;
+    LabContext context{
+        .out = std::cout,
+        .err = std::cerr,
+        .labDirectory = LabRecorder::labDirectory(systemPathEnvironment()),
+        .recordingLock = &recordingLock,
+    };
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();
     std::cerr.flush();
