@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+
+#include "base/Date.h"
+
+namespace vigilmoth {
+
+// The user's calendar in the time zone the process runs in (the C library's local time).
+class Calendar {
+public:
+    // The first moment after `after` whose local clock reads hour:minute:second. When that
+    // time falls in a gap where the clocks jump forward, the first moment after the gap;
+    // when it occurs twice as the clocks go back, the first of the two. Searches up to a
+    // week ahead; nothing when no such moment exists.
+    std::optional<Date> nextDate(Date after, int hour, int minute, int second) const;
+};
+
+}  // namespace vigilmoth
