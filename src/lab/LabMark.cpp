@@ -1,48 +1,25 @@
 #include "lab/LabMark.h"
 
-#include "lab/LabCoding.h"
-
 namespace vigilmoth {
 
-std::string_view labTruthWord(LabTruth truth) {
-    switch (truth) {
-        case LabTruth::working:
-            return "working";
-        case LabTruth::waiting:
-            return "waiting";
-        case LabTruth::idle:
-            return "idle";
-        case LabTruth::gone:
-            return "gone";
-    }
-    return "";
-}
-
-std::optional<LabTruth> labTruth(std::string_view word) {
-    for (auto truth : kAllLabTruths) {
-        if (labTruthWord(truth) == word) return truth;
-    }
-    return std::nullopt;
-}
-
-nlohmann::json LabMark::json() const {
-    nlohmann::json json = {
-        {"at", LabCoding::date(at)}, {"agent", agent}, {"truth", labTruthWord(truth)}};
-    if (note) json["note"] = *note;
+OrderedJSON encodeJSON(const LabMark& mark, const JSONEncoder& encoder) {
+    OrderedJSON json = {{"at", encoder.date(mark.at)},
+                        {"agent", mark.agent},
+                        {"truth", encodeName(mark.truth)}};
+    if (mark.note) json["note"] = *mark.note;
     return json;
 }
 
-LabMark LabMark::fromJson(const nlohmann::json& json) {
-    using namespace LabCoding;
-    const auto& fields = object(json);
-    auto truth = labTruth(string(required(fields, "truth")));
-    if (!truth) throw DecodingError("unknown truth");
-    return LabMark{
-        .at = dateValue(required(fields, "at")),
-        .agent = string(required(fields, "agent")),
-        .truth = *truth,
-        .note = optional(fields, "note", string),
+template <>
+LabMark decodeJSON<LabMark>(const nlohmann::json& value) {
+    JSONObjectReader reader(value);
+    LabMark mark{
+        .at = json_value::date(reader.require("at"), "at"),
+        .agent = json_value::string(reader.require("agent"), "agent"),
+        .truth = decodeName<LabTruth>(reader.require("truth"), "truth"),
     };
+    if (const auto* note = reader.find("note")) mark.note = json_value::string(*note, "note");
+    return mark;
 }
 
 }  // namespace vigilmoth
