@@ -1,0 +1,269 @@
+#include "decision/VerdictRules.h"
+
+#include <unordered_set>
+
+namespace vigilmoth::VerdictRules {
+
+namespace {
+
+using Confidence = AgentVerdict::Confidence;
+using Kind = VerdictReason::Kind;
+
+bool younger(std::optional<Date> date, double limit, Date now) {
+    return date && now - *date < limit;
+}
+
+bool between(std::optional<Date> date, Date after, Date notAfter) {
+    return date && *date > after && *date <= notAfter;
+}
+
+// The verdict from the agent's own words, when it says anything.
+std::optional<AgentVerdict> statedVerdict(const AgentEvidence& evidence, const AgentMemory& memory,
+                                          const DetectionSettings& settings, Date now) {
+    const auto stated = statedState(evidence, memory, settings, now);
+    if (!stated) return std::nullopt;
+    if (*stated == ReportedState::working) {
+        return AgentVerdict{ReportedState::working, Confidence::reported,
+                            VerdictReason::plain(Kind::reportsBusy)};
+    }
+    // Running commands overrule a stated wait or idle.
+    if (evidence.busyChildCommands > 0) {
+        return AgentVerdict{ReportedState::working, Confidence::inferredStrong,
+                            VerdictReason::runningCommand(evidence.busyChildCommands)};
+    }
+    if (evidence.backgroundJobsWorking > 0) {
+        return AgentVerdict{ReportedState::working, Confidence::inferredStrong,
+                            VerdictReason::backgroundJob(evidence.backgroundJobsWorking)};
+    }
+    if (*stated == ReportedState::waitingForUser) {
+        return AgentVerdict{ReportedState::waitingForUser, Confidence::reported,
+                            VerdictReason::plain(Kind::asksPermission)};
+    }
+    const auto workedAt = memory.workAfterHookIdleAt;
+    if (younger(workedAt, settings.releaseAfterActivity, now)) {
+        // It worked after saying it was idle.
+        if (evidence.ownsSleepAssertion) {
+            return AgentVerdict{ReportedState::working, Confidence::inferredStrong,
+                                VerdictReason::plain(Kind::holdsSleepAssertion)};
+        }
+        const auto ago = wholeSeconds(now - *workedAt);
+        return AgentVerdict{ReportedState::working, Confidence::inferredStrong,
+                            memory.lastFileWriteAt == workedAt
+                                ? VerdictReason::writingSessionFile(ago)
+                                : VerdictReason::workedRecently(ago)};
+    }
+    return AgentVerdict{ReportedState::idle, Confidence::reported,
+                        VerdictReason::plain(Kind::atPrompt)};
+}
+
+// Where the conversation stands, from a state the agent declared.
+AgentTurn statedTurn(ReportedState stated, const std::optional<StateReport>& detail,
+                     const AgentMemory& memory, std::optional<ReportedState> reported) {
+    using Source = StateReport::Source;
+    switch (stated) {
+        case ReportedState::working:
+            if (detail && detail->turnEnded) return {ReportedState::idle, std::nullopt, false};
+            if (detail && (detail->source == Source::claudeSessionFile ||
+                           detail->source == Source::codexRollout ||
+                           detail->source == Source::cursorTranscript)) {
+                return {ReportedState::working, detail->since, false};
+            }
+            return {ReportedState::working, std::nullopt, false};
+        case ReportedState::waitingForUser:
+            return {ReportedState::waitingForUser, std::nullopt, false};
+        case ReportedState::idle:
+            break;
+    }
+    const bool failed =
+        memory.lastReport && memory.lastReport->failed && reported == ReportedState::idle;
+    return {ReportedState::idle, std::nullopt, failed};
+}
+
+}  // namespace
+
+VerdictOutcome readings(const EvidenceFrame& frame, const AgentMemories& memory,
+                        const DetectionSettings& settings) {
+    const Date now = frame.at;
+    VerdictOutcome outcome;
+    outcome.readings.reserve(frame.agents.size());
+    outcome.memories.reserve(frame.agents.size());
+    for (const auto& evidence : frame.agents) {
+        const ProcessIdentity identity = evidence.identity();
+        if (outcome.memories.contains(identity)) continue;
+        const auto found = memory.find(identity);
+        AgentMemory noted = found == memory.end() ? AgentMemory{} : found->second;
+        note(evidence, noted, settings, now);
+        outcome.readings.push_back(
+            AgentReading{evidence.agentID, evidence.displayName, evidence.level, evidence.kind,
+                         identity, evidence.hasLiveSession, verdict(evidence, noted, settings, now),
+                         turn(evidence, noted, settings, now)});
+        outcome.memories.emplace(identity, std::move(noted));
+    }
+    return outcome;
+}
+
+AgentVerdict verdict(const AgentEvidence& evidence, const AgentMemory& memory,
+                     const DetectionSettings& settings, Date now) {
+    switch (settings.rule(evidence.agentID)) {
+        case AgentRule::alwaysWorkingWhileOpen:
+            return {ReportedState::working, Confidence::reported,
+                    VerdictReason::plain(Kind::alwaysWorkingByRule)};
+        case AgentRule::ignore:
+            return {ReportedState::idle, Confidence::reported,
+                    VerdictReason::plain(Kind::ignoredByRule)};
+        case AgentRule::automatic:
+            break;
+    }
+    if (memory.approvalSignsSince && now - *memory.approvalSignsSince >= approvalDelay) {
+        return {ReportedState::waitingForUser, Confidence::inferredStrong,
+                VerdictReason::plain(Kind::awaitsApproval)};
+    }
+    if (auto stated = statedVerdict(evidence, memory, settings, now)) return *stated;
+    return inferred(evidence, memory, settings, now);
+}
+
+std::optional<ReportedState> reportedState(const AgentMemory& memory,
+                                           const DetectionSettings& settings, Date now) {
+    if (!memory.lastReport || !memory.lastReportSeenAt ||
+        now - *memory.lastReportSeenAt > reportLinger) {
+        return std::nullopt;
+    }
+    const StateReport& report = *memory.lastReport;
+    if (report.source == StateReport::Source::claudeTranscript &&
+        report.state == ReportedState::working) {
+        // A transcript that stopped mid-turn is not trusted for long.
+        if (younger(report.since, settings.releaseAfterActivity, now)) return report.state;
+        return std::nullopt;
+    }
+    return report.state;
+}
+
+std::optional<ReportedState> statedState(const AgentEvidence& evidence, const AgentMemory& memory,
+                                         const DetectionSettings& settings, Date now) {
+    const auto reported = reportedState(memory, settings, now);
+    const auto h = usableHookAt(evidence, now);
+    if (!h) return reported;
+    const bool statesLevel = evidence.level == AgentDefinition::Level::state;
+    const ReportedState hook = *evidence.hookState;
+    if (hook == ReportedState::waitingForUser) {
+        return memory.endedHookWaitAt == h ? reported : hook;
+    }
+    if (CursorApprovalRule::endedByStopHook(evidence, now)) return ReportedState::idle;
+    if (now - *h <= freshHookAge) {
+        if (hook == ReportedState::idle) {
+            return reported == ReportedState::working ? ReportedState::working
+                                                      : ReportedState::idle;
+        }
+        if (!statesLevel || evidence.hookStateBySession) return ReportedState::working;
+        // One hook file for the whole agent: its session files may know better.
+        const bool sessionSaysIdle =
+            reported == ReportedState::idle &&
+            between(memory.lastReport ? memory.lastReport->since : std::nullopt, *h, now);
+        return sessionSaysIdle ? ReportedState::idle : ReportedState::working;
+    }
+    if (hook == ReportedState::idle) return statesLevel ? reported : ReportedState::idle;
+    if (statesLevel) return reported;
+    return younger(memory.hookWorkSince, staleHookWorkTrust, now)
+               ? std::optional(ReportedState::working)
+               : reported;
+}
+
+AgentVerdict inferred(const AgentEvidence& evidence, const AgentMemory& memory,
+                      const DetectionSettings& settings, Date now) {
+    const double rel = settings.releaseAfterActivity;
+    const auto strongAt = memory.lastStrongAt();
+    if (younger(strongAt, rel, now)) {
+        VerdictReason reason;
+        if (evidence.busyChildCommands > 0) {
+            reason = VerdictReason::runningCommand(evidence.busyChildCommands);
+        } else if (evidence.backgroundJobsWorking > 0) {
+            reason = VerdictReason::backgroundJob(evidence.backgroundJobsWorking);
+        } else if (evidence.ownsSleepAssertion) {
+            reason = VerdictReason::plain(Kind::holdsSleepAssertion);
+        } else {
+            const auto ago = wholeSeconds(now - *strongAt);
+            reason = memory.lastFileWriteAt == strongAt ? VerdictReason::writingSessionFile(ago)
+                                                        : VerdictReason::workedRecently(ago);
+        }
+        return {ReportedState::working, Confidence::inferredStrong, reason};
+    }
+    if (younger(memory.lastCPUAt, rel, now)) {
+        if (memory.weakCapped) {
+            return {ReportedState::idle, Confidence::inferredWeak,
+                    VerdictReason::onlyWeakSigns(wholeSeconds(settings.weakEvidenceCap / 60))};
+        }
+        return {ReportedState::working, Confidence::inferredWeak,
+                VerdictReason::plain(Kind::cpuActivity)};
+    }
+    const auto lastSign = latest(strongAt, memory.lastCPUAt);
+    const auto since = lastSign ? lastSign : memory.firstSeenAt;
+    const std::int64_t minutes = since ? wholeSeconds((now - *since) / 60) : 0;
+    return {ReportedState::idle, Confidence::inferredWeak, VerdictReason::noActivity(minutes)};
+}
+
+std::optional<AgentTurn> turn(const AgentEvidence& evidence, const AgentMemory& memory,
+                              const DetectionSettings& settings, Date now) {
+    if (settings.rule(evidence.agentID) != AgentRule::automatic) return std::nullopt;
+    if (memory.approvalSignsSince && now - *memory.approvalSignsSince >= approvalDelay) {
+        return AgentTurn{ReportedState::waitingForUser, std::nullopt, false};
+    }
+    auto stated = statedState(evidence, memory, settings, now);
+    const auto reported = reportedState(memory, settings, now);
+    if (stated) {
+        std::optional<StateReport> detail;
+        if (reported == stated) detail = memory.lastReport;
+        // The session files may have moved on since the hook last wrote.
+        if (!detail && !evidence.hookStateBySession && memory.lastReport && reported &&
+            evidence.hookStateAt && between(memory.lastReport->since, *evidence.hookStateAt, now)) {
+            detail = memory.lastReport;
+            stated = reported;
+        }
+        return statedTurn(*stated, detail, memory, reported);
+    }
+    if (!usableHookAt(evidence, now)) return std::nullopt;
+    if (evidence.hookState == ReportedState::working) {
+        if (evidence.level == AgentDefinition::Level::state) return std::nullopt;
+        return AgentTurn{ReportedState::working, std::nullopt, false};
+    }
+    if (evidence.hookState == ReportedState::idle) {
+        return AgentTurn{ReportedState::idle, std::nullopt, false};
+    }
+    return std::nullopt;
+}
+
+}  // namespace vigilmoth::VerdictRules
+
+namespace vigilmoth::CursorApprovalRule {
+
+namespace {
+
+// A Cursor transcript that says "working" while the app holds nothing and runs nothing.
+bool quietlyWorking(const AgentEvidence& evidence) {
+    return evidence.agentID == agentID && evidence.reported &&
+           evidence.reported->source == StateReport::Source::cursorTranscript &&
+           evidence.reported->state == ReportedState::working && !evidence.ownsSleepAssertion &&
+           evidence.childCommands == 0;
+}
+
+}  // namespace
+
+bool signs(const AgentEvidence& evidence, Date now) {
+    return quietlyWorking(evidence) && !endedByStopHook(evidence, now);
+}
+
+bool endedByStopHook(const AgentEvidence& evidence, Date now) {
+    if (!quietlyWorking(evidence) || evidence.hookStateBySession ||
+        evidence.hookState != ReportedState::idle) {
+        return false;
+    }
+    const auto stop = VerdictRules::usableHookAt(evidence, now);
+    return stop && stopEnds(evidence.reported->since, evidence.fileActivityAt, *stop);
+}
+
+bool stopEnds(std::optional<Date> turnSince, std::optional<Date> lastWrite, Date stop) {
+    if (turnSince && *turnSince > stop) return false;
+    // Writes shortly after the stop are the transcript catching up with the end of the turn.
+    return !lastWrite || *lastWrite <= stop + 15;
+}
+
+}  // namespace vigilmoth::CursorApprovalRule
