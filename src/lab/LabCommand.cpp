@@ -14,6 +14,8 @@ using Handler = std::function<bool(const Parameters&, LabContext&)>;
 const std::map<std::string, Handler>& commands() {
     static const std::map<std::string, Handler> table = {
         {"--lab-mark", markCommand},
+        {"--lab-score", scoreCommand},
+        {"--lab-notices", noticesCommand},
     };
     return table;
 }

@@ -1,6 +1,7 @@
 #include "lab/LabFormat.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "lab/LabError.h"
@@ -132,7 +133,56 @@ JSONEncoder encoder() {
         .sortedKeys = true, .escapeSlashes = false, .dates = DateStrategy::wholeMilliseconds};
 }
 
-std::string line(const LabLine& line) { return encodeJSONText(line, encoder()) + "\n"; }
+std::string line(const LabLine& line) {
+    return encodeJSONText(line, encoder()) + "\n";
+}
+
+std::string_view holdWord(HoldCause cause) {
+    switch (cause) {
+        case HoldCause::working:
+            return "working";
+        case HoldCause::waitingForUser:
+            return "waiting";
+        case HoldCause::finishedRecently:
+            return "finished";
+        case HoldCause::open:
+            return "open";
+    }
+    return "";
+}
+
+namespace {
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+}
+
+}  // namespace
+
+LabLine sample(const EvidenceFrame& frame, const HoldDecision& decision,
+               std::optional<double> cost) {
+    std::vector<LabVerdict> verdicts;
+    std::string headline = decision.headline.text();
+    for (const auto& hold : decision.perAgent) {
+        const auto& reading = hold.reading;
+        LabVerdict verdict{.id = withoutPath(reading.agentID),
+                           .pid = reading.identity.pid,
+                           .state = reading.verdict.state,
+                           .why = reading.verdict.reason.code()};
+        if (hold.cause) verdict.hold = std::string(holdWord(*hold.cause));
+        verdicts.push_back(std::move(verdict));
+        if (reading.displayName.find('/') != std::string::npos) {
+            replaceAll(headline, reading.displayName, withoutPath(reading.displayName));
+        }
+    }
+    LabLine line;
+    line.frame = scrubbed(frame);
+    line.verdicts = std::move(verdicts);
+    line.hold = LabHold{decision.hold, decision.lidClosedFlag, std::move(headline)};
+    if (cost) line.ms = std::round(*cost * 100000) / 100;
+    return line;
+}
 
 std::string withoutPath(std::string_view text) {
     auto slash = text.rfind('/');

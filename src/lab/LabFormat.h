@@ -8,6 +8,7 @@
 
 #include "base/JSONCoding.h"
 #include "decision/DetectionSettings.h"
+#include "decision/HoldPolicy.h"
 #include "evidence/EvidenceFrame.h"
 #include "lab/LabMark.h"
 
@@ -101,6 +102,13 @@ namespace LabFormat {
 JSONEncoder encoder();
 // The line's JSON text and one line feed. Throws what the encoder throws.
 std::string line(const LabLine& line);
+
+// A sample line from one tick: the frame as seen, and the live decision as made, with the
+// cost in seconds when it is known.
+LabLine sample(const EvidenceFrame& frame, const HoldDecision& decision,
+               std::optional<double> cost);
+// The word a sample line writes for why an agent holds the Mac.
+std::string_view holdWord(HoldCause cause);
 
 // Recordings carry no file-system paths: user-named agents are known by their executable's.
 std::string withoutPath(std::string_view text);

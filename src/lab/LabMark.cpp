@@ -3,9 +3,8 @@
 namespace vigilmoth {
 
 OrderedJSON encodeJSON(const LabMark& mark, const JSONEncoder& encoder) {
-    OrderedJSON json = {{"at", encoder.date(mark.at)},
-                        {"agent", mark.agent},
-                        {"truth", encodeName(mark.truth)}};
+    OrderedJSON json = {
+        {"at", encoder.date(mark.at)}, {"agent", mark.agent}, {"truth", encodeName(mark.truth)}};
     if (mark.note) json["note"] = *mark.note;
     return json;
 }

@@ -25,7 +25,9 @@ struct NameCoded<LabTruth> {
     static constexpr std::string_view unknownMessage = "Unknown LabTruth ";
 };
 
-inline std::string_view labTruthWord(LabTruth truth) { return *codedName(truth); }
+inline std::string_view labTruthWord(LabTruth truth) {
+    return *codedName(truth);
+}
 
 // One statement of ground truth, appended to a running recording from another shell.
 struct LabMark {

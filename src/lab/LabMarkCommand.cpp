@@ -5,8 +5,7 @@
 namespace vigilmoth::LabCommand {
 
 bool markCommand(const Parameters& parameters, LabContext& context) {
-    auto truth =
-        parameters.size() >= 2 ? namedCase<LabTruth>(parameters[1]) : std::nullopt;
+    auto truth = parameters.size() >= 2 ? namedCase<LabTruth>(parameters[1]) : std::nullopt;
     if (!truth) {
         context.err << "Usage: --lab-mark <agent> <working|waiting|idle|gone> [note]\n";
         context.err.flush();

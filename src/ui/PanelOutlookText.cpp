@@ -26,4 +26,28 @@ std::string moreTime(double seconds) {
     return std::to_string(minutes) + (minutes == 1 ? " more minute" : " more minutes");
 }
 
+std::optional<std::string> sleepOutlook(const SleepOutlook& outlook) {
+    switch (outlook.kind) {
+        case SleepOutlook::Kind::sleepsIn:
+            return "Your Mac sleeps in " + timeLeft(outlook.seconds);
+        case SleepOutlook::Kind::letsGoIn:
+            return "vigilmoth keeps your Mac awake for " + moreTime(outlook.seconds);
+        case SleepOutlook::Kind::nothingSaid:
+            break;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> waitingEnd(const SleepOutlook& outlook) {
+    switch (outlook.kind) {
+        case SleepOutlook::Kind::sleepsIn:
+            return "your Mac sleeps in " + timeLeft(outlook.seconds);
+        case SleepOutlook::Kind::letsGoIn:
+            return "for at least " + moreTime(outlook.seconds);
+        case SleepOutlook::Kind::nothingSaid:
+            break;
+    }
+    return std::nullopt;
+}
+
 }  // namespace vigilmoth::PanelText
