@@ -2,6 +2,8 @@
 // recordings built to exercise the rules, and refuse unreadable recordings with the exact error.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
@@ -184,6 +186,20 @@ TEST(LabScoreCommandTest, MissingFilesAndMissingPathsAreRefused) {
         EXPECT_EQ(usage.status, 1);
         EXPECT_EQ(usage.out, "");
         EXPECT_EQ(usage.err, testCase.usage);
+    }
+}
+
+TEST(LabScoreCommandTest, TheExampleRecordingsScoreAndReplay) {
+    for (const auto& entry : std::filesystem::directory_iterator(
+             std::filesystem::path(VIGILMOTH_SOURCE_DIR) / "examples")) {
+        if (entry.path().extension() != ".jsonl") continue;
+        SCOPED_TRACE(entry.path().filename().string());
+        for (const auto& command : {"--lab-score", "--lab-notices"}) {
+            auto result = lab(command, entry.path().string());
+            EXPECT_EQ(result.status, 0);
+            EXPECT_EQ(result.err, "");
+            EXPECT_FALSE(result.out.empty());
+        }
     }
 }
 
