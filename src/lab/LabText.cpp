@@ -3,22 +3,31 @@
 namespace vigilmoth::LabText {
 namespace {
 
-// The length of the valid UTF-8 sequence at the start of `bytes`, or 0.
-size_t sequenceLength(std::string_view bytes) {
+struct Sequence {
+    size_t length = 1;
+    bool valid = false;
+};
+
+// The UTF-8 sequence at the start of `bytes`; an invalid one spans its longest valid prefix,
+// so that a truncated character becomes one replacement character, not one per byte.
+Sequence sequence(std::string_view bytes) {
     auto byte = [&](size_t i) { return static_cast<unsigned char>(bytes[i]); };
     unsigned char lead = byte(0);
-    if (lead < 0x80) return 1;
-    size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
-    if (length == 0 || lead > 0xF4 || bytes.size() < length) return 0;
+    if (lead < 0x80) return {1, true};
+    if (lead < 0xC2 || lead > 0xF4) return {1, false};
+    size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
     for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return 0;
+        if (i >= bytes.size()) return {i, false};
+        unsigned char low = 0x80;
+        unsigned char high = 0xBF;
+        // The second byte excludes overlong forms, surrogates and values above U+10FFFF.
+        if (i == 1 && lead == 0xE0) low = 0xA0;
+        if (i == 1 && lead == 0xED) high = 0x9F;
+        if (i == 1 && lead == 0xF0) low = 0x90;
+        if (i == 1 && lead == 0xF4) high = 0x8F;
+        if (byte(i) < low || byte(i) > high) return {i, false};
     }
-    // Overlong forms, surrogates and values above U+10FFFF.
-    if (lead == 0xE0 && byte(1) < 0xA0) return 0;
-    if (lead == 0xED && byte(1) > 0x9F) return 0;
-    if (lead == 0xF0 && byte(1) < 0x90) return 0;
-    if (lead == 0xF4 && byte(1) > 0x8F) return 0;
-    return length;
+    return {length, true};
 }
 
 }  // namespace
@@ -27,14 +36,13 @@ std::string validUTF8(std::string_view bytes) {
     std::string result;
     result.reserve(bytes.size());
     while (!bytes.empty()) {
-        size_t length = sequenceLength(bytes);
-        if (length == 0) {
-            result += "\xEF\xBF\xBD";
-            length = 1;
+        auto next = sequence(bytes);
+        if (next.valid) {
+            result.append(bytes.substr(0, next.length));
         } else {
-            result.append(bytes.substr(0, length));
+            result += "\xEF\xBF\xBD";
         }
-        bytes.remove_prefix(length);
+        bytes.remove_prefix(next.length);
     }
     return result;
 }

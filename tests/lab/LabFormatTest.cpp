@@ -203,7 +203,10 @@ TEST(LabFormatTest, InvalidUTF8IsReplacedNotDropped) {
               "b");
     EXPECT_EQ(LabText::validUTF8("\xC3\xA9"), "\xC3\xA9");
     EXPECT_EQ(LabText::validUTF8("\xED\xA0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
-    EXPECT_EQ(LabText::validUTF8("\xF0\x9F\x98"), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
+    // A character cut short is one replacement, not one per byte.
+    EXPECT_EQ(LabText::validUTF8("\xF0\x9F\x98!"), "\xEF\xBF\xBD!");
+    EXPECT_EQ(LabText::validUTF8("\xF0\x9F\x98\x80"), "\xF0\x9F\x98\x80");
+    EXPECT_EQ(LabText::validUTF8("\xC0\xAF"), "\xEF\xBF\xBD\xEF\xBF\xBD");
 }
 
 // Broken recordings of every kind either read or fail with a line number; nothing else.
