@@ -117,7 +117,10 @@ std::string VerdictReason::text() const {
 
 std::string VerdictReason::code() const {
     std::string code = codeName(kind);
-    if (carriesValue(kind)) code += ":" + std::to_string(value);
+    if (carriesValue(kind)) {
+        code += ':';
+        code += std::to_string(value);
+    }
     return code;
 }
 

@@ -160,8 +160,8 @@ HoldOutcome decide(const std::vector<AgentReading>& readings, const PolicyMemory
     if (reachable && !(now < *reachable)) reachable.reset();
     HoldHeadline chosen = headline(holds, situation.mode, reachable, settings, situation.context);
     if (chosen.keepsAwake() && !situation.wake.allowsHold(situation.previousHold)) {
-        auto cleared = withoutCauses(std::move(holds));
-        outcome.decision = released(restHeadline(cleared, settings), std::move(cleared));
+        auto rest = restHeadline(holds, settings);
+        outcome.decision = released(std::move(rest), std::move(holds));
         return outcome;
     }
     HoldDecision& decision = outcome.decision;

@@ -31,7 +31,10 @@ std::string units(double seconds) {
     if (m < 60) return counted(m, "minute");
     if (m < 600) {
         std::string text = counted(m / 60, "hour");
-        if (m % 60 != 0) text += " " + counted(m % 60, "minute");
+        if (m % 60 != 0) {
+            text += ' ';
+            text += counted(m % 60, "minute");
+        }
         return text;
     }
     if (m < 2880) return counted(m / 60, "hour");

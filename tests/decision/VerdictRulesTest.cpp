@@ -1,0 +1,245 @@
+// Show that each verdict rule takes the evidence and memory it should and no other: file writes,
+// reports, hooks, processor buckets, weak-only tracking, the stated state, inference and turns.
+#include "decision/VerdictRules.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+
+#include "VerdictTestSupport.h"
+
+namespace vigilmoth {
+namespace {
+
+using namespace verdicttest;
+using Source = StateReport::Source;
+using Kind = VerdictReason::Kind;
+using Confidence = AgentVerdict::Confidence;
+constexpr auto working = ReportedState::working;
+constexpr auto waiting = ReportedState::waitingForUser;
+constexpr auto idle = ReportedState::idle;
+
+const Date now = at(1000);
+
+TEST(VerdictRulesTest, FileWriteTakesTheLatestOwnWriteAndNeverTheFuture) {
+    struct Case {
+        const char* name;
+        std::function<void(AgentEvidence&)> setUp;
+        std::optional<Date> expected;
+    };
+    const Case cases[] = {
+        {"nothing written", [](AgentEvidence&) {}, std::nullopt},
+        {"file activity", [](AgentEvidence& e) { e.fileActivityAt = now - 5; }, now - 5},
+        {"a file-activity report seen later wins",
+         [](AgentEvidence& e) {
+             e.fileActivityAt = now - 5;
+             e.reported = report(working, Source::fileActivity, now - 1);
+         },
+         now - 1},
+        {"other reports are not writes",
+         [](AgentEvidence& e) {
+             e.fileActivityAt = now - 5;
+             e.reported = report(working, Source::codexRollout, now - 1);
+         },
+         now - 5},
+        {"only a file-activity report",
+         [](AgentEvidence& e) { e.reported = report(idle, Source::fileActivity, now - 2); },
+         now - 2},
+        {"a write before the process started is not its own",
+         [](AgentEvidence& e) { e.fileActivityAt = Date(e.startTime - 1); }, std::nullopt},
+        {"a write at the start is its own",
+         [](AgentEvidence& e) { e.fileActivityAt = Date(e.startTime); }, Date(epoch - 3600)},
+        {"a write in the future is clamped to now",
+         [](AgentEvidence& e) { e.fileActivityAt = now + 30; }, now},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto evidence = agent();
+        c.setUp(evidence);
+        EXPECT_EQ(VerdictRules::fileWrite(evidence, now), c.expected);
+    }
+}
+
+TEST(VerdictRulesTest, StateReportLeavesFileActivityToTheWrites) {
+    auto evidence = agent();
+    EXPECT_EQ(VerdictRules::stateReport(evidence), std::nullopt);
+    evidence.reported = report(working, Source::fileActivity, now);
+    EXPECT_EQ(VerdictRules::stateReport(evidence), std::nullopt);
+    evidence.reported = report(waiting, Source::claudeSessionFile, now);
+    EXPECT_EQ(VerdictRules::stateReport(evidence), evidence.reported);
+}
+
+TEST(VerdictRulesTest, SteadyCPUNeedsThreeBusyBucketsOfTheLastThirtySeconds) {
+    using Sample = AgentMemory::CPUSample;
+    const auto share = [](double age, double cpuShare, double interval = 2) {
+        return Sample{now - age, cpuShare * interval, interval};
+    };
+    struct Case {
+        const char* name;
+        std::vector<Sample> samples;
+        bool steady;
+    };
+    const Case cases[] = {
+        {"no samples", {}, false},
+        {"one burst", {share(0, 4.0)}, false},
+        {"3 percent in one bucket", {share(0, 0.03), share(2, 0.03), share(4, 0.03)}, false},
+        {"3 percent in two buckets", {share(0, 0.03), share(6, 0.03)}, false},
+        {"3 percent in three buckets", {share(0, 0.03), share(6, 0.03), share(12, 0.03)}, true},
+        {"exactly 2 percent counts", {share(1, 0.02), share(6, 0.02), share(11, 0.02)}, true},
+        {"1 percent everywhere",
+         {share(0, 0.01), share(6, 0.01), share(12, 0.01), share(18, 0.01)},
+         false},
+        {"a sample 30 seconds old is out", {share(0, 0.5), share(6, 0.5), share(30, 0.5)}, false},
+        {"one just under 30 seconds is in", {share(0, 0.5), share(6, 0.5), share(29.9, 0.5)}, true},
+        {"future samples are ignored", {share(0, 0.5), share(6, 0.5), share(-1, 0.5)}, false},
+        {"a bucket without covered time is not busy",
+         {share(0, 0.5), share(6, 0.5), Sample{now - 12, 1, 0}},
+         false},
+        // 0.1 of 12 seconds is under 1 percent: a bucket is judged on its sums.
+        {"a bucket is judged on its sums",
+         {share(0, 0.5), share(6, 0.5), Sample{now - 11, 0.1, 2}, Sample{now - 12, 0, 10}},
+         false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(VerdictRules::hasSteadyCPU(c.samples, now), c.steady);
+    }
+}
+
+TEST(VerdictRulesTest, NoteCPUKeepsOnlyUsableRecentSamples) {
+    struct Case {
+        const char* name;
+        double cpu;
+        double interval;
+        bool appended;
+    };
+    const Case cases[] = {
+        {"measured", 0.5, 2, true},
+        {"first sight of the tree", 0.5, 0, false},
+        {"negative interval", 0.5, -2, false},
+        {"cpu not a number", std::numeric_limits<double>::quiet_NaN(), 2, false},
+        {"cpu infinite", std::numeric_limits<double>::infinity(), 2, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        AgentMemory memory;
+        memory.cpuSamples = {{now - 30, 1, 2}, {now - 29, 1, 2}, {now + 1, 1, 2}};
+        auto evidence = agent();
+        evidence.subtreeCPUSeconds = c.cpu;
+        evidence.sampleInterval = c.interval;
+        VerdictRules::noteCPU(evidence, memory, now);
+        std::vector<AgentMemory::CPUSample> expected = {{now - 29, 1, 2}};
+        if (c.appended) expected.push_back({now, c.cpu, c.interval});
+        EXPECT_EQ(memory.cpuSamples, expected);
+        EXPECT_EQ(memory.lastCPUAt, std::nullopt);
+    }
+}
+
+TEST(VerdictRulesTest, ReportedStateTrustsAReportForTenSecondsAndAStuckTranscriptNotAtAll) {
+    struct Case {
+        const char* name;
+        std::optional<StateReport> report;
+        double seenAgo;
+        std::optional<ReportedState> expected;
+    };
+    const Case cases[] = {
+        {"no report", std::nullopt, 0, std::nullopt},
+        {"seen now", report(waiting, Source::claudeSessionFile, now), 0, waiting},
+        {"seen 10 seconds ago", report(idle, Source::codexRollout, now - 10), 10, idle},
+        {"seen 10.5 seconds ago", report(idle, Source::codexRollout, now - 10), 10.5, std::nullopt},
+        {"transcript working, recent turn",
+         report(working, Source::claudeTranscript, now, now - 299), 0, working},
+        {"transcript working, turn too old",
+         report(working, Source::claudeTranscript, now, now - 300), 0, std::nullopt},
+        {"transcript working, turn unknown", report(working, Source::claudeTranscript, now), 0,
+         std::nullopt},
+        {"transcript idle needs no turn", report(idle, Source::claudeTranscript, now), 0, idle},
+        {"rollout working needs no turn", report(working, Source::codexRollout, now), 0, working},
+    };
+    const DetectionSettings settings;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        AgentMemory memory;
+        memory.lastReport = c.report;
+        if (c.report) memory.lastReportSeenAt = now - c.seenAgo;
+        EXPECT_EQ(VerdictRules::reportedState(memory, settings, now), c.expected);
+    }
+}
+
+TEST(VerdictRulesTest, StatedStateWeighsTheHookAgainstTheReports) {
+    struct Case {
+        const char* name;
+        AgentEvidence evidence;
+        std::function<void(AgentMemory&)> setUp;
+        std::optional<ReportedState> expected;
+    };
+    const auto none = [](AgentMemory&) {};
+    const auto reports = [](ReportedState state, std::optional<Date> since = std::nullopt) {
+        return [=](AgentMemory& m) {
+            m.lastReport = report(state, Source::claudeSessionFile, now, since);
+            m.lastReportSeenAt = now;
+        };
+    };
+    auto bySession = withHook(stateAgent(), working, now - 20);
+    bySession.hookStateBySession = true;
+    const Case cases[] = {
+        {"no hook gives the report", agent(), reports(waiting), waiting},
+        {"a hook without a time stamp is no hook",
+         [] {
+             auto e = agent();
+             e.hookState = working;
+             return e;
+         }(),
+         none, std::nullopt},
+        {"a hook 6 seconds ahead is no hook", withHook(agent(), working, now + 6), reports(idle),
+         idle},
+        {"a hook 5 seconds ahead counts", withHook(agent(), working, now + 5), reports(idle),
+         working},
+        {"a wait not yet over", withHook(agent(), waiting, now - 100), none, waiting},
+        {"a wait judged over gives the report", withHook(agent(), waiting, now - 100),
+         [](AgentMemory& m) {
+             m.endedHookWaitAt = now - 100;
+             m.lastReport = report(working, Source::codexRollout, now);
+             m.lastReportSeenAt = now;
+         },
+         working},
+        {"fresh working, activity level", withHook(agent(), working, now - 60), none, working},
+        {"fresh working, state level", withHook(stateAgent(), working, now - 20), none, working},
+        {"fresh working, session went idle after it", withHook(stateAgent(), working, now - 20),
+         reports(idle, now - 10), idle},
+        {"fresh working, session idle from before it", withHook(stateAgent(), working, now - 20),
+         reports(idle, now - 30), working},
+        {"fresh working, session idle dated in the future",
+         withHook(stateAgent(), working, now - 20), reports(idle, now + 1), working},
+        {"fresh working kept per session", bySession, reports(idle, now - 10), working},
+        {"fresh idle", withHook(stateAgent(), idle, now - 10), none, idle},
+        {"fresh idle, the report says working", withHook(stateAgent(), idle, now - 10),
+         reports(working), working},
+        {"stale idle, activity level", withHook(agent(), idle, now - 61), reports(waiting), idle},
+        {"stale idle, state level", withHook(stateAgent(), idle, now - 61), reports(waiting),
+         waiting},
+        {"60 seconds is still fresh", withHook(stateAgent(), idle, now - 60), none, idle},
+        {"stale working, state level", withHook(stateAgent(), working, now - 61), none,
+         std::nullopt},
+        {"stale working, recent hook work", withHook(agent(), working, now - 61),
+         [](AgentMemory& m) { m.hookWorkSince = now - 1799; }, working},
+        {"stale working, old hook work", withHook(agent(), working, now - 61),
+         [](AgentMemory& m) {
+             m.hookWorkSince = now - 1800;
+             m.lastReport = report(idle, Source::codexRollout, now);
+             m.lastReportSeenAt = now;
+         },
+         idle},
+    };
+    const DetectionSettings settings;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        AgentMemory memory;
+        c.setUp(memory);
+        EXPECT_EQ(VerdictRules::statedState(c.evidence, memory, settings, now), c.expected);
+    }
+}
+
+}  // namespace
+}  // namespace vigilmoth

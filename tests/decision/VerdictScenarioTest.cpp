@@ -1,0 +1,191 @@
+// Show that the rules that live in time hold over many ticks: steady processor use, the weak
+// evidence cap, a vanished report, hook freshness and clock tolerance, Cursor's approval wait,
+// and memories shifted over a sleep.
+#include <gtest/gtest.h>
+
+#include "VerdictTestSupport.h"
+#include "decision/VerdictRules.h"
+
+namespace vigilmoth {
+namespace {
+
+using namespace verdicttest;
+using Source = StateReport::Source;
+using Kind = VerdictReason::Kind;
+constexpr auto working = ReportedState::working;
+constexpr auto waiting = ReportedState::waitingForUser;
+constexpr auto idle = ReportedState::idle;
+
+TEST(VerdictScenarioTest, SustainedLightProcessorUseCountsFromTheThirdBusyBucket) {
+    TickRun run;
+    std::optional<double> firstWorking;
+    for (double t = 0; t <= 60; t += 2) {
+        const auto reading = run.tickOne(at(t), withCPU(agent(), 0.03));
+        if (reading.verdict.state == working && !firstWorking) firstWorking = t;
+        if (firstWorking) {
+            EXPECT_EQ(reading.verdict.reason, VerdictReason::plain(Kind::cpuActivity)) << t;
+        }
+    }
+    // Samples aged 0, 5 and 10 seconds fill three buckets at the sixth tick.
+    EXPECT_EQ(firstWorking, 10);
+}
+
+TEST(VerdictScenarioTest, ASingleBurstNeverCountsHoweverLarge) {
+    for (double burstAt : {0.0, 10.0, 28.0}) {
+        SCOPED_TRACE(burstAt);
+        TickRun run;
+        for (double t = 0; t <= 120; t += 2) {
+            const double share = t == burstAt || t == burstAt + 2 ? 4.0 : 0.0;
+            const auto reading = run.tickOne(at(t), withCPU(agent(), share));
+            EXPECT_EQ(reading.verdict.state, idle) << t;
+        }
+    }
+}
+
+TEST(VerdictScenarioTest, ProcessorUseKeepsCountingForReleaseAfterActivityOnceItStops) {
+    TickRun run;
+    for (double t = 0; t <= 20; t += 2)
+        run.tickOne(at(t), withCPU(agent(), 0.5));
+    // The busy samples still fill three buckets of the window until t = 38, the last steady
+    // tick; from there releaseAfterActivity (300 s) runs.
+    for (double t = 22; t <= 400; t += 2) {
+        const auto reading = run.tickOne(at(t), withCPU(agent(), 0));
+        EXPECT_EQ(reading.verdict.state, t < 338 ? working : idle) << t;
+    }
+    EXPECT_EQ(run.memories.begin()->second.lastCPUAt, at(38));
+}
+
+TEST(VerdictScenarioTest, ProcessorUseAloneIsCappedAfterTheWeakEvidenceCap) {
+    TickRun run;
+    std::optional<double> capped;
+    for (double t = 0; t <= 2000; t += 5) {
+        const auto reading = run.tickOne(at(t), withCPU(agent(), 0.05, 5));
+        if (reading.verdict.state == idle && t > 10 && !capped) capped = t;
+    }
+    // Steady from t = 10 (three buckets); capped 1800 seconds later.
+    ASSERT_EQ(capped, 1810);
+    const auto reading = run.tickOne(at(2005), withCPU(agent(), 0.05, 5));
+    EXPECT_EQ(reading.verdict, (AgentVerdict{idle, AgentVerdict::Confidence::inferredWeak,
+                                             VerdictReason::onlyWeakSigns(30)}));
+    EXPECT_EQ(reading.verdict.reason.text(),
+              "Using the processor for 30 minutes with no other sign of work");
+
+    // A strong sign ends the weak-only stretch at once.
+    auto busy = withCPU(agent(), 0.05, 5);
+    busy.busyChildCommands = 1;
+    EXPECT_EQ(run.tickOne(at(2010), busy).verdict.reason, VerdictReason::runningCommand(1));
+    EXPECT_FALSE(run.memories.begin()->second.weakCapped);
+    EXPECT_EQ(run.tickOne(at(2015), withCPU(agent(), 0.05, 5)).verdict.reason,
+              VerdictReason::workedRecently(5));
+}
+
+TEST(VerdictScenarioTest, TheCapFollowsTheSetting) {
+    TickRun run;
+    run.settings.weakEvidenceCap = 600;
+    AgentReading reading;
+    for (double t = 0; t <= 615; t += 5)
+        reading = run.tickOne(at(t), withCPU(agent(), 0.05, 5));
+    EXPECT_EQ(reading.verdict.reason.text(),
+              "Using the processor for 10 minutes with no other sign of work");
+}
+
+TEST(VerdictScenarioTest, AVanishedReportCountsForExactlyTenMoreSeconds) {
+    TickRun run;
+    for (double t = 0; t <= 20; t += 0.5) {
+        auto evidence = agent();
+        evidence.reported = report(working, Source::codexRollout, at(t), at(0));
+        EXPECT_EQ(run.tickOne(at(t), evidence).verdict.reason.kind, Kind::reportsBusy);
+    }
+    for (double t = 20.5; t <= 40; t += 0.5) {
+        const auto reading = run.tickOne(at(t), agent());
+        EXPECT_EQ(reading.verdict.state, t <= 30 ? working : idle) << t;
+        EXPECT_EQ(reading.turn.has_value(), t <= 30) << t;
+    }
+}
+
+TEST(VerdictScenarioTest, ASharedHookIsTrustedForSixtySecondsByAStateLevelAgent) {
+    TickRun run;
+    for (double t = 0; t <= 120; t += 2) {
+        const auto reading = run.tickOne(at(t), withHook(stateAgent(), working, at(0)));
+        EXPECT_EQ(reading.verdict.state, t <= 60 ? working : idle) << t;
+    }
+}
+
+TEST(VerdictScenarioTest, AnActivityLevelAgentsHookWorkLastsUntilTheWorkingLimit) {
+    TickRun run;
+    for (double t = 0; t <= 2000; t += 10) {
+        const auto reading = run.tickOne(at(t), withHook(agent(), working, at(0)));
+        EXPECT_EQ(reading.verdict.state, t < 1800 ? working : idle) << t;
+    }
+}
+
+TEST(VerdictScenarioTest, AnIdleHookSaysIdleWhileFreshThenStatesLevelAgentsFallBack) {
+    TickRun run;
+    for (double t = 0; t <= 90; t += 2) {
+        const auto reading = run.tickOne(at(t), withHook(stateAgent(), idle, at(0)));
+        EXPECT_EQ(reading.verdict.reason.kind, t <= 60 ? Kind::atPrompt : Kind::noActivity) << t;
+    }
+}
+
+TEST(VerdictScenarioTest, AHookStampFiveSecondsAheadIsAcceptedSixIgnored) {
+    TickRun run;
+    const Date stamp = at(10);
+    auto reading = run.tickOne(at(4), withHook(agent(), working, stamp));
+    EXPECT_EQ(reading.verdict.reason, VerdictReason::noActivity(0));
+    EXPECT_EQ(reading.turn, std::nullopt);
+    EXPECT_EQ(run.memories.begin()->second.hookWorkAt, std::nullopt);
+    reading = run.tickOne(at(5), withHook(agent(), working, stamp));
+    EXPECT_EQ(reading.verdict.reason.kind, Kind::reportsBusy);
+    EXPECT_EQ(run.memories.begin()->second.hookWorkSince, at(5));
+}
+
+AgentEvidence cursorWorking() {
+    auto evidence = agent("cursor-desktop", 300);
+    evidence.kind = AgentDefinition::Kind::desktop;
+    evidence.reported = report(working, Source::cursorTranscript, at(0), at(0));
+    return evidence;
+}
+
+TEST(VerdictScenarioTest, CursorIsTakenAsAwaitingApprovalAfterFifteenQuietSeconds) {
+    TickRun run;
+    for (double t = 0; t <= 30; t += 1) {
+        const auto reading = run.tickOne(at(t), cursorWorking());
+        const bool awaits = t >= 15;
+        EXPECT_EQ(reading.verdict.reason.kind, awaits ? Kind::awaitsApproval : Kind::reportsBusy)
+            << t;
+        EXPECT_EQ(reading.turn->state, awaits ? waiting : working) << t;
+    }
+    // Approved: a command runs, and the wait ends at once.
+    auto approved = cursorWorking();
+    approved.childCommands = 1;
+    approved.busyChildCommands = 1;
+    EXPECT_EQ(run.tickOne(at(31), approved).verdict.reason.kind, Kind::reportsBusy);
+    EXPECT_EQ(run.memories.begin()->second.approvalSignsSince, std::nullopt);
+    // Quiet again: the fifteen seconds start over.
+    EXPECT_EQ(run.tickOne(at(32), cursorWorking()).verdict.reason.kind, Kind::reportsBusy);
+    EXPECT_EQ(run.tickOne(at(47), cursorWorking()).verdict.reason.kind, Kind::awaitsApproval);
+}
+
+TEST(VerdictScenarioTest, ShiftedMemoriesCarryWorkOverASleep) {
+    TickRun run;
+    auto busy = withCPU(agent(), 0.5);
+    busy.busyChildCommands = 1;
+    for (double t = 0; t <= 20; t += 2)
+        run.tickOne(at(t), busy);
+
+    // The Mac slept for an hour between t = 20 and the next tick.
+    const double gap = 3600;
+    TickRun shifted = run;
+    for (auto& [identity, memory] : shifted.memories)
+        memory = memory.shifted(gap);
+    const auto afterSleep = shifted.tickOne(at(22 + gap), withCPU(agent(), 0.5));
+    EXPECT_EQ(afterSleep.verdict.reason, VerdictReason::workedRecently(2));
+    EXPECT_EQ(shifted.memories.begin()->second.lastCPUAt, at(22 + gap));
+
+    // Unshifted, the sleep would count as an hour without activity.
+    const auto unshifted = run.tickOne(at(22 + gap), agent());
+    EXPECT_EQ(unshifted.verdict.reason, VerdictReason::noActivity(60));
+}
+
+}  // namespace
+}  // namespace vigilmoth
