@@ -143,7 +143,7 @@ std::string report(const LabRecording& recording) {
         return line.find(" fired pid ") != std::string::npos;
     });
     std::string report = "Agent notifications in the replay: " + std::to_string(fired) + " fired";
-    if (body.empty()) body.push_back("No session changed.");
+    if (body.empty()) return report + "\nNo session changed.";
     for (const auto& line : body)
         report += "\n" + line;
     return report;
