@@ -12,9 +12,10 @@ std::string quoted(std::string_view key) {
 }
 
 [[noreturn]] void mismatch(std::string_view expected, std::string_view key) {
-    throw CodingError(CodingError::Kind::typeMismatch,
-                      "Expected to decode " + std::string(expected) + " for key " + quoted(key) +
-                          " but found another type.");
+    std::string where = key.empty() ? "" : " for key " + quoted(key);
+    throw CodingError(
+        CodingError::Kind::typeMismatch,
+        "Expected to decode " + std::string(expected) + where + " but found another type.");
 }
 
 [[noreturn]] void outOfRange(std::string_view key) {
@@ -147,14 +148,15 @@ const nlohmann::json& array(const nlohmann::json& value, std::string_view key) {
     return value;
 }
 
+const nlohmann::json& object(const nlohmann::json& value, std::string_view key) {
+    if (!value.is_object()) mismatch("an object", key);
+    return value;
+}
+
 }  // namespace json_value
 
-JSONObjectReader::JSONObjectReader(const nlohmann::json& value) : object_(value) {
-    if (!value.is_object()) {
-        throw CodingError(CodingError::Kind::typeMismatch,
-                          "Expected to decode an object but found another type.");
-    }
-}
+JSONObjectReader::JSONObjectReader(const nlohmann::json& value)
+    : object_(json_value::object(value, "")) {}
 
 const nlohmann::json* JSONObjectReader::find(std::string_view key) const {
     auto found = object_.find(key);

@@ -64,6 +64,7 @@ std::int64_t integer(const nlohmann::json& value, std::string_view key, std::int
 std::uint64_t unsignedInteger(const nlohmann::json& value, std::string_view key);
 Date date(const nlohmann::json& value, std::string_view key);
 const nlohmann::json& array(const nlohmann::json& value, std::string_view key);
+const nlohmann::json& object(const nlohmann::json& value, std::string_view key);
 
 }  // namespace json_value
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/Date.h"
-#include "catalog/ProcessIdentity.h"
+#include "catalog/ProcessCensus.h"
 #include "evidence/StateReport.h"
 
 namespace vigilmoth {

@@ -6,7 +6,7 @@
 
 #include "base/Date.h"
 #include "catalog/AgentDefinition.h"
-#include "catalog/ProcessIdentity.h"
+#include "catalog/ProcessCensus.h"
 #include "evidence/StateReport.h"
 
 namespace vigilmoth {

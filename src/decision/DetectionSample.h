@@ -3,7 +3,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "catalog/ProcessIdentity.h"
+#include "catalog/ProcessCensus.h"
 #include "decision/AgentReading.h"
 #include "decision/HoldPolicy.h"
 #include "evidence/EvidenceFrame.h"

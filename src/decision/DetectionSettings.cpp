@@ -35,8 +35,7 @@ void readBatteryFloor(const JSONObjectReader& reader, int& percent) {
 void readAgentRules(const JSONObjectReader& reader, std::map<std::string, AgentRule>& rules) {
     const auto* member = reader.find("agentRules");
     if (!member) return;
-    JSONObjectReader requireObject(*member);
-    for (const auto& [agentID, rule] : member->items()) {
+    for (const auto& [agentID, rule] : json_value::object(*member, "agentRules").items()) {
         rules[agentID] = decodeName<AgentRule>(rule, agentID);
     }
 }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +17,9 @@ enum class AgentRule { automatic, alwaysWorkingWhileOpen, ignore };
 
 // When vigilmoth keeps the Mac awake at all.
 enum class AwakeMode { always, agentOpen, agentWorking };
+
+// The mode kept under its case name; nothing stored, or a name of no case, gives the default.
+inline AwakeMode storedAwakeMode(const std::optional<std::string>& stored);
 
 // The user's tunables, read by the rules and the policy on every tick. Stored as JSON whose
 // keys are the field names; decoding is forgiving (see decodeJSON<DetectionSettings>).
@@ -70,5 +74,10 @@ struct NameCoded<AwakeMode> {
     };
     static constexpr std::string_view unknownMessage = "Unknown AwakeMode ";
 };
+
+inline AwakeMode storedAwakeMode(const std::optional<std::string>& stored) {
+    auto mode = stored ? namedCase<AwakeMode>(*stored) : std::nullopt;
+    return mode.value_or(AwakeMode::agentWorking);
+}
 
 }  // namespace vigilmoth

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "base/Date.h"
-#include "catalog/ProcessIdentity.h"
+#include "catalog/ProcessCensus.h"
 #include "decision/AgentReading.h"
 #include "decision/DetectionSettings.h"
 #include "decision/HoldHeadline.h"

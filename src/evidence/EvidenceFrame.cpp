@@ -160,7 +160,8 @@ template <>
 EvidenceFrame decodeJSON<EvidenceFrame>(const nlohmann::json& value) {
     JSONObjectReader reader(value);
     EvidenceFrame frame;
-    frame.version = reader.find("v") ? boundedInteger(*reader.find("v"), "v") : 1;
+    const auto* version = reader.find("v");
+    frame.version = version ? boundedInteger(*version, "v") : 1;
     frame.at = json_value::date(reader.require("at"), "at");
     if (const auto* awake = reader.find("up")) frame.awake = json_value::number(*awake, "up");
     if (const auto* agents = reader.find("agents")) {

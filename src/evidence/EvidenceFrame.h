@@ -10,7 +10,7 @@
 #include "base/Date.h"
 #include "base/NameCoded.h"
 #include "catalog/AgentDefinition.h"
-#include "catalog/ProcessIdentity.h"
+#include "catalog/ProcessCensus.h"
 #include "evidence/StateReport.h"
 
 namespace vigilmoth {

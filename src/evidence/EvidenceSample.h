@@ -7,7 +7,7 @@
 #include <unordered_set>
 
 #include "base/Date.h"
-#include "catalog/ProcessIdentity.h"
+#include "catalog/ProcessCensus.h"
 #include "evidence/EvidenceFrame.h"
 
 namespace vigilmoth {

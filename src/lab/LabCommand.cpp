@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "lab/LabAgents.h"
 #include "lab/LabCommands.h"
 
 namespace vigilmoth::LabCommand {
@@ -13,6 +14,7 @@ using Handler = std::function<bool(const Parameters&, LabContext&)>;
 // One entry per lab command; the dispatch below knows nothing else about them.
 const std::map<std::string, Handler>& commands() {
     static const std::map<std::string, Handler> table = {
+        {"--lab-agents", LabAgents::run},
         {"--lab-mark", markCommand},
         {"--lab-score", scoreCommand},
         {"--lab-notices", noticesCommand},

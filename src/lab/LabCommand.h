@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Date.h"
+#include "catalog/ProcessCensus.h"
 #include "lab/RecordingLocking.h"
 
 namespace vigilmoth {
@@ -19,6 +20,8 @@ struct LabContext {
     std::string labDirectory;
     const RecordingLocking* recordingLock = nullptr;
     std::function<Date()> now = Date::now;
+    // The live process table; absent where the platform offers none.
+    ProcessCensusing* census = nullptr;
 };
 
 // The command-line lab: every invocation with an argument beginning "--lab-".

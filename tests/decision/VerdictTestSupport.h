@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "decision/DetectionSample.h"
 #include "decision/HoldPolicy.h"
 #include "decision/VerdictRules.h"
 

@@ -14,6 +14,7 @@
 #include "lab/LabCommand.h"
 #include "lab/LabRecorder.h"
 #include "platform/linux/SystemEnvironment.h"
+#include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/SystemRecordingLock.h"
 #include "platform/linux/SystemSingleCopy.h"
 
@@ -108,12 +109,14 @@ int runDisplayProbe(double) {
 
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
+    SystemProcessCensus census;
     SystemRecordingLock recordingLock;
     LabContext context{
         .out = std::cout,
         .err = std::cerr,
         .labDirectory = LabRecorder::labDirectory(systemPathEnvironment()),
         .recordingLock = &recordingLock,
+        .census = &census,
     };
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();

@@ -1,0 +1,173 @@
+// Decoding a command line into the names under which its program may be known: agents are
+// often started through a launcher (npx, uv ...) or as a script of an interpreter.
+#include <algorithm>
+
+#include "catalog/AgentCatalog.h"
+#include "catalog/CommandText.h"
+
+namespace vigilmoth {
+namespace {
+
+using Words = std::vector<std::string>;
+
+struct Decoded {
+    std::string name;
+    Words rest;
+};
+
+Words after(const Words& words, size_t index) {
+    if (index + 1 >= words.size()) return {};
+    return Words(words.begin() + static_cast<std::ptrdiff_t>(index) + 1, words.end());
+}
+
+bool isPythonLike(std::string_view name) {
+    return CommandText::startsWith(name, "python") || CommandText::startsWith(name, "pypy");
+}
+
+bool isInterpreter(std::string_view name) {
+    return name == "node" || name == "bun" || name == "deno" || name == "ruby" ||
+           isPythonLike(name);
+}
+
+struct InterpreterFlags {
+    WordSet valued;
+    WordSet inlineCode;
+};
+
+// Per interpreter, the options that take a value and those that give the program inline.
+InterpreterFlags flags(std::string_view interpreter) {
+    if (isPythonLike(interpreter)) return {{"-W", "-X", "-Q"}, {"-c"}};
+    if (interpreter == "node")
+        return {{"-r", "--require", "--import", "--loader", "--experimental-loader", "-C",
+                 "--conditions", "--inspect-port", "--title"},
+                {"-e", "--eval", "-p", "--print"}};
+    if (interpreter == "bun")
+        return {{"-r", "--preload", "--cwd", "-c", "--config", "--define", "-d"},
+                {"-e", "--eval", "-p", "--print"}};
+    if (interpreter == "deno")
+        return {{"-c", "--config", "--import-map", "--lock", "--cert", "-L", "--log-level"}, {}};
+    if (interpreter == "ruby") return {{"-I", "-r", "-C", "-E"}, {"-e"}};
+    return {};
+}
+
+// The program a launcher runs: the word after one of its subcommand sequences, among the first
+// three positional words.
+std::optional<Decoded> launched(const std::string& name, const Words& rest) {
+    const auto& launchers = AgentCatalog::launchers();
+    auto launcher = launchers.find(name);
+    if (launcher == launchers.end()) return std::nullopt;
+    const auto& switches = AgentCatalog::launcherSwitches();
+    auto ownSwitches = switches.find(name);
+    auto takesValue = [&](const std::string& word) {
+        if (ownSwitches != switches.end() && ownSwitches->second.contains(word)) return false;
+        return AgentCatalog::launcherValuedFlags().contains(word);
+    };
+    std::vector<size_t> positional;
+    for (size_t index = 0; index < rest.size() && positional.size() < 3;) {
+        const auto& word = rest[index];
+        if (!CommandText::startsWith(word, "-")) {
+            positional.push_back(index);
+            index += 1;
+        } else {
+            index += takesValue(word) ? 2 : 1;
+        }
+    }
+    for (const auto& sequence : launcher->second) {
+        if (sequence.size() >= positional.size()) continue;
+        bool fits = std::equal(
+            sequence.begin(), sequence.end(), positional.begin(),
+            [&](const std::string& expected, size_t index) { return rest[index] == expected; });
+        if (!fits) continue;
+        size_t candidate = positional[sequence.size()];
+        if (AgentCatalog::isCommandTarget(rest[candidate]))
+            return Decoded{AgentCatalog::targetName(rest[candidate]), after(rest, candidate)};
+    }
+    return std::nullopt;
+}
+
+// The script an interpreter runs, skipping the interpreter's own options.
+std::optional<Decoded> script(const std::string& interpreter, const Words& rest) {
+    const InterpreterFlags interpreterFlags = flags(interpreter);
+    const bool python = isPythonLike(interpreter);
+    for (size_t index = 0; index < rest.size(); ++index) {
+        const auto& word = rest[index];
+        if (!CommandText::startsWith(word, "-") || word == "-")
+            return Decoded{AgentCatalog::targetName(word), after(rest, index)};
+        if (interpreterFlags.inlineCode.contains(word)) return std::nullopt;
+        if (interpreterFlags.valued.contains(word)) {
+            ++index;
+            continue;
+        }
+        // The module form (-m, or flags ending in it) names the program by its module.
+        if (python && !CommandText::startsWith(word, "--") && word.ends_with('m')) {
+            if (index + 1 >= rest.size()) return std::nullopt;
+            const auto& module = rest[index + 1];
+            return Decoded{CommandText::lowered(module.substr(0, module.find('.'))),
+                           after(rest, index + 1)};
+        }
+    }
+    return std::nullopt;
+}
+
+void appendName(Words& names, std::string name) {
+    if (std::find(names.begin(), names.end(), name) == names.end())
+        names.push_back(std::move(name));
+}
+
+}  // namespace
+
+bool AgentCatalog::isCommandTarget(std::string_view word) {
+    if (CommandText::startsWith(word, "npm:")) word.remove_prefix(4);
+    if (CommandText::startsWith(word, "jsr:")) word.remove_prefix(4);
+    if (CommandText::startsWith(word, "@")) return true;
+    auto slash = word.rfind('/');
+    if (slash == std::string_view::npos) return true;
+    auto parent = CommandText::baseName(word.substr(0, slash));
+    return parent == "bin" || parent == ".bin";
+}
+
+std::string AgentCatalog::targetName(std::string_view word) {
+    std::string_view name = CommandText::baseName(word);
+    if (CommandText::startsWith(name, "npm:")) name.remove_prefix(4);
+    if (CommandText::startsWith(name, "jsr:")) name.remove_prefix(4);
+    auto at = name.rfind('@');
+    if (at != std::string_view::npos && at != 0) name = name.substr(0, at);
+    return CommandText::lowered(name);
+}
+
+AgentCatalog::Command AgentCatalog::command(const ProcessInfoRow& row) {
+    const std::string argName =
+        row.arguments.empty() ? std::string() : CommandText::loweredBaseName(row.arguments[0]);
+    const std::string exeName = CommandText::loweredBaseName(row.executablePath);
+    const Words rest = after(row.arguments, 0);
+    Command command;
+    if (!argName.empty()) command.names.push_back(argName);
+    bool decoded = false;
+    if (auto program = launched(argName, rest)) {
+        appendName(command.names, std::move(program->name));
+        command.arguments = std::move(program->rest);
+        command.interpreted = isInterpreter(exeName);
+        decoded = true;
+    } else {
+        for (const auto* candidate : {&argName, &exeName}) {
+            if (!isInterpreter(*candidate)) continue;
+            auto program = script(*candidate, rest);
+            if (!program) continue;
+            command.interpreted = isInterpreter(exeName);
+            auto inner = launched(program->name, program->rest);
+            appendName(command.names, std::move(program->name));
+            command.arguments = std::move(program->rest);
+            if (inner) {
+                appendName(command.names, std::move(inner->name));
+                command.arguments = std::move(inner->rest);
+            }
+            decoded = true;
+            break;
+        }
+    }
+    if (!exeName.empty()) appendName(command.names, exeName);
+    if (!decoded) command.arguments = rest;
+    return command;
+}
+
+}  // namespace vigilmoth

@@ -1,0 +1,50 @@
+// Show that the calendar finds the next wall-clock time across changes of the clocks.
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "base/Calendar.h"
+#include "support/ScopedTimeZone.h"
+
+namespace vigilmoth {
+namespace {
+
+// A zone whose clocks jump at 06:00 itself: in 2026 from 06:00 to 07:00 on 29 March, and
+// from 07:00 back to 06:00 on 25 October.
+const char* const jumpsAtSix = "XST-1XDT,M3.5.0/6,M10.5.0/7";
+
+TEST(CalendarTest, NextSixOClock) {
+    struct Case {
+        const char* name;
+        const char* zone;
+        double after;
+        double expected;
+    };
+    const Case cases[] = {
+        // 2026-03-28 23:00 XST = 22:00 UTC; 06:00 does not exist the next day, so the
+        // answer is the moment of the jump, 07:00 XDT = 05:00 UTC.
+        {"skipped six", jumpsAtSix, 1774735200, 1774760400},
+        // 2026-10-24 23:00 XDT = 21:00 UTC; 06:00 happens at 04:00 and 05:00 UTC.
+        {"repeated six", jumpsAtSix, 1792875600, 1792900800},
+        // 2026-06-10 06:00:00 UTC exactly: the next one is a day later.
+        {"exactly six", "UTC0", 1781071200, 1781157600},
+        {"a fraction before six", "UTC0", 1781071199.5, 1781071200},
+        // 2026-12-31 12:00 UTC: the next six is in the next year.
+        {"new year", "UTC0", 1798718400, 1798783200},
+    };
+    for (const auto& item : cases) {
+        SCOPED_TRACE(item.name);
+        testing::ScopedTimeZone zone(item.zone);
+        auto next = Calendar{}.nextDate(Date(item.after), 6, 0, 0);
+        ASSERT_TRUE(next);
+        EXPECT_EQ(next->secondsSince1970(), item.expected);
+    }
+}
+
+TEST(CalendarTest, NoDateForANonFiniteStart) {
+    EXPECT_FALSE(Calendar{}.nextDate(Date(std::numeric_limits<double>::infinity()), 6, 0, 0));
+    EXPECT_FALSE(Calendar{}.nextDate(Date(std::numeric_limits<double>::quiet_NaN()), 6, 0, 0));
+}
+
+}  // namespace
+}  // namespace vigilmoth

@@ -1,0 +1,132 @@
+// Show that matched processes group into one instance per agent session, with the processes
+// below each root, and that parent cycles cannot hang the grouping.
+#include <gtest/gtest.h>
+
+#include "catalog/AgentCatalog.h"
+
+namespace vigilmoth {
+namespace {
+
+struct Process {
+    int32_t pid;
+    int32_t ppid;
+    const char* id;  // the agent it is matched to; null: none
+    AgentRole role;
+};
+
+constexpr auto session = AgentRole::session;
+constexpr auto engine = AgentRole::engine;
+constexpr auto helper = AgentRole::helper;
+constexpr auto maybeSession = AgentRole::helperMaybeSession;
+
+// Each instance as "id role root: pids in order".
+std::vector<std::string> grouped(const std::vector<Process>& processes) {
+    std::vector<ProcessInfoRow> rows;
+    std::unordered_map<int32_t, AgentMatch> matches;
+    for (const auto& process : processes) {
+        ProcessInfoRow row;
+        row.pid = process.pid;
+        row.ppid = process.ppid;
+        row.startTime = 1000 + process.pid;
+        rows.push_back(row);
+        if (process.id) {
+            AgentDefinition definition;
+            definition.id = process.id;
+            matches[process.pid] = {definition, process.role};
+        }
+    }
+    std::vector<std::string> result;
+    for (const auto& instance : AgentCatalog::instances(rows, matches)) {
+        std::string text = instance.definition.id + " " + roleWord(instance.role) + " " +
+                           std::to_string(instance.rootPID) + ":";
+        for (const auto& row : instance.rows)
+            text += " " + std::to_string(row.pid);
+        EXPECT_EQ(instance.rootStartTime, 1000 + instance.rootPID);
+        result.push_back(text);
+    }
+    return result;
+}
+
+using Texts = std::vector<std::string>;
+
+TEST(AgentInstancesTest, GroupsProcessesUnderTheirRoots) {
+    const struct {
+        const char* name;
+        std::vector<Process> processes;
+        Texts instances;
+    } cases[] = {
+        {"a session and its plain children",
+         {{1, 0, nullptr, session},
+          {10, 1, "claude", session},
+          {11, 10, nullptr, session},
+          {12, 11, nullptr, session}},
+         {"claude session 10: 10 11 12"}},
+        {"a session under a session of the same agent belongs to it",
+         {{10, 1, "codex", session}, {11, 10, "codex", session}, {12, 11, "codex", helper}},
+         {"codex session 10: 10 11 12"}},
+        {"a session under another agent is its own root",
+         {{10, 1, "codex", session}, {11, 10, "claude", session}, {12, 10, nullptr, session}},
+         {"codex session 10: 10 12", "claude session 11: 11"}},
+        {"a session under a helper or engine of its agent is a root",
+         {{10, 1, "claude", helper},
+          {11, 10, "claude", session},
+          {20, 1, "codex", engine},
+          {21, 20, "codex", session}},
+         {"claude session 11: 11", "codex engine 20: 20", "codex session 21: 21"}},
+        {"a session under a maybe-session of its agent belongs to it",
+         {{10, 1, "claude", maybeSession}, {11, 10, "claude", session}},
+         {"claude maybeSession 10: 10 11"}},
+        {"a maybe-session is always a root",
+         {{10, 1, "claude", session}, {11, 10, "claude", maybeSession}},
+         {"claude session 10: 10", "claude maybeSession 11: 11"}},
+        {"a helper alone is never an instance", {{10, 1, "codex", helper}}, {}},
+        {"an engine below an engine of its agent, however deep, belongs to it",
+         {{10, 1, "codex", engine}, {11, 10, nullptr, session}, {12, 11, "codex", engine}},
+         {"codex engine 10: 10 11 12"}},
+        {"an engine below another agent's engine is a root",
+         {{10, 1, "codex-desktop", engine}, {11, 10, "codex", engine}},
+         {"codex-desktop engine 10: 10", "codex engine 11: 11"}},
+        {"a process that is its own parent is a root and ends the walk",
+         {{10, 10, "claude", session}, {11, 10, nullptr, session}},
+         {"claude session 10: 10 11"}},
+        {"a parent cycle of sessions has no root and does not hang",
+         {{10, 11, "claude", session}, {11, 10, "claude", session}},
+         {}},
+        {"a parent cycle of engines does not hang",
+         {{10, 11, "codex", engine}, {11, 10, "codex", engine}},
+         {}},
+        {"an engine cycle with a foreign process ends at the revisited id",
+         {{10, 12, "codex", engine}, {11, 10, nullptr, session}, {12, 11, nullptr, session}},
+         {"codex engine 10: 10 11 12"}},
+        {"roots come in row order",
+         {{30, 1, "pi", session}, {20, 1, "amp", session}},
+         {"pi session 30: 30", "amp session 20: 20"}},
+        {"nothing matched", {{10, 1, nullptr, session}}, {}},
+    };
+    for (const auto& testCase : cases) {
+        SCOPED_TRACE(testCase.name);
+        EXPECT_EQ(grouped(testCase.processes), testCase.instances);
+    }
+}
+
+TEST(AgentInstancesTest, InstanceRowsAreTheCensusRows) {
+    ProcessInfoRow root;
+    root.pid = 5;
+    root.ppid = 1;
+    root.startTime = 77.25;
+    root.arguments = {"claude"};
+    ProcessInfoRow child = root;
+    child.pid = 6;
+    child.ppid = 5;
+    child.arguments = {"rg"};
+    AgentDefinition definition = *AgentCatalog::standard().definition("claude");
+    auto instances = AgentCatalog::instances({root, child}, {{5, AgentMatch{definition, session}}});
+    ASSERT_EQ(instances.size(), 1u);
+    EXPECT_EQ(instances[0].definition, definition);
+    EXPECT_EQ(instances[0].rootPID, 5);
+    EXPECT_EQ(instances[0].rootStartTime, 77.25);
+    EXPECT_EQ(instances[0].rows, (std::vector<ProcessInfoRow>{root, child}));
+}
+
+}  // namespace
+}  // namespace vigilmoth

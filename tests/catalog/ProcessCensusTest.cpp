@@ -1,0 +1,206 @@
+// Show that the census helpers build children and subtrees that survive cycles, read the macOS
+// argument area byte for byte (and nothing from a malformed one), and measure activity between
+// censuses by process identity.
+#include "catalog/ProcessCensus.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "support/TestSupport.h"
+
+namespace vigilmoth {
+namespace {
+
+using Words = std::vector<std::string>;
+
+ProcessInfoRow process(int32_t pid, int32_t ppid, double startTime = 1) {
+    ProcessInfoRow row;
+    row.pid = pid;
+    row.ppid = ppid;
+    row.startTime = startTime;
+    return row;
+}
+
+std::vector<int32_t> pids(const std::vector<ProcessInfoRow>& rows) {
+    std::vector<int32_t> result;
+    for (const auto& row : rows)
+        result.push_back(row.pid);
+    return result;
+}
+
+std::vector<std::byte> bytesOf(const std::string& text) {
+    std::vector<std::byte> bytes(text.size());
+    std::memcpy(bytes.data(), text.data(), text.size());
+    return bytes;
+}
+
+TEST(ProcessCensusTest, ChildrenIndexKeepsRowOrder) {
+    auto index =
+        ProcessCensus::childrenIndex({process(3, 1), process(2, 1), process(4, 3), process(1, 0)});
+    EXPECT_EQ(pids(index.at(1)), (std::vector<int32_t>{3, 2}));
+    EXPECT_EQ(pids(index.at(3)), (std::vector<int32_t>{4}));
+    EXPECT_EQ(pids(index.at(0)), (std::vector<int32_t>{1}));
+    EXPECT_FALSE(index.contains(2));
+}
+
+TEST(ProcessCensusTest, SubtreeWalksDepthFirstAndStopsWhereAsked) {
+    const struct {
+        const char* name;
+        std::vector<ProcessInfoRow> rows;
+        std::unordered_set<int32_t> stoppingAt;
+        std::vector<int32_t> expected;
+    } cases[] = {
+        {"the last child pushed is visited first",
+         {process(1, 0), process(2, 1), process(3, 1), process(4, 2)},
+         {},
+         {1, 3, 2, 4}},
+        {"a stopped child and everything below it are left out",
+         {process(1, 0), process(2, 1), process(3, 1), process(4, 2)},
+         {2},
+         {1, 3}},
+        {"the root is kept even when it is a stopping point",
+         {process(1, 0), process(2, 1)},
+         {1},
+         {1, 2}},
+        {"a parent cycle ends", {process(1, 2), process(2, 1)}, {}, {1, 2}},
+        {"a process that is its own parent ends", {process(1, 1)}, {}, {1}},
+    };
+    for (const auto& testCase : cases) {
+        SCOPED_TRACE(testCase.name);
+        auto children = ProcessCensus::childrenIndex(testCase.rows);
+        EXPECT_EQ(pids(ProcessCensus::subtree(testCase.rows[0], children, testCase.stoppingAt)),
+                  testCase.expected);
+    }
+}
+
+TEST(ProcessCensusTest, ReadsArgumentAreas) {
+    const struct {
+        const char* file;
+        std::optional<std::string> path;
+        Words arguments;
+    } cases[] = {
+        {"claude.bin",
+         "/Users/u/.local/share/claude/versions/2.1.3",
+         {"claude", "--resume", "abc"}},
+        {"npx-gemini.bin",
+         "/opt/homebrew/Cellar/node/22.1.0/bin/node",
+         {"node", "/opt/homebrew/bin/npx", "-y", "gemini-cli"}},
+        {"empty-arguments.bin", "/usr/local/bin/node", {"npm exec x", "", "", ""}},
+        {"unterminated.bin", "/bin/tool", {"tool", "last-without-nul"}},
+        {"invalid-utf8.bin", "/tmp/caf\xEF\xBF\xBD/tool", {"tool", "na\xEF\xBF\xBDme"}},
+        {"short-area.bin", "/bin/tool", {"a", "b"}},
+        // The environment after the arguments is never read.
+        {"zero-count.bin", "/bin/tool", {}},
+        {"four-bytes.bin", std::nullopt, {}},
+        {"negative-count.bin", std::nullopt, {}},
+    };
+    for (const auto& testCase : cases) {
+        SCOPED_TRACE(testCase.file);
+        auto bytes =
+            bytesOf(testing::readFile(testing::fixture(std::string("procargs/") + testCase.file)));
+        auto parsed = ProcessCensus::parseArguments(bytes);
+        if (!testCase.path) {
+            EXPECT_FALSE(parsed.has_value());
+            continue;
+        }
+        ASSERT_TRUE(parsed.has_value());
+        EXPECT_EQ(parsed->executablePath, *testCase.path);
+        EXPECT_EQ(parsed->arguments, testCase.arguments);
+    }
+    EXPECT_FALSE(ProcessCensus::parseArguments({}).has_value());
+}
+
+TEST(ProcessCensusTest, MangledArgumentAreasNeverReadPastTheirEnd) {
+    auto original = bytesOf(testing::readFile(testing::fixture("procargs/claude.bin")));
+    std::mt19937 random(20261121);
+    for (int round = 0; round < 5000; ++round) {
+        auto bytes = original;
+        if (round % 3 == 0) bytes.resize(random() % (bytes.size() + 1));
+        int flips = 1 + static_cast<int>(random() % 8);
+        for (int flip = 0; flip < flips && !bytes.empty(); ++flip)
+            bytes[random() % bytes.size()] = static_cast<std::byte>(random() % 256);
+        auto parsed = ProcessCensus::parseArguments(bytes);
+        if (!parsed) continue;
+        // Whatever is read comes from inside the area.
+        size_t total = parsed->executablePath.size();
+        for (const auto& argument : parsed->arguments)
+            total += argument.size();
+        EXPECT_LE(parsed->arguments.size(), bytes.size());
+        EXPECT_LE(total, bytes.size() * 3);
+    }
+    for (int round = 0; round < 2000; ++round) {
+        std::vector<std::byte> bytes(random() % 64);
+        for (auto& byte : bytes)
+            byte = static_cast<std::byte>(random() % 256);
+        // A count with its top bit set is negative: nothing may come of it.
+        if (bytes.size() >= 4) bytes[3] |= std::byte{0x80};
+        EXPECT_FALSE(ProcessCensus::parseArguments(bytes).has_value());
+    }
+}
+
+TEST(ProcessCensusTest, DeltaCountsActivityByIdentity) {
+    auto row = [](int32_t pid, double start, double cpu, std::optional<uint64_t> writes) {
+        ProcessInfoRow result = process(pid, 1, start);
+        result.cpuTime = cpu;
+        result.logicalWriteBytes = writes;
+        result.instructions = 100;
+        return result;
+    };
+    std::unordered_map<ProcessIdentity, ProcessInfoRow> before;
+    for (const auto& old : {row(10, 5, 2.0, 100), row(11, 5, 1.0, 50), row(12, 5, 3.0, 10)})
+        before[ProcessIdentity::of(old)] = old;
+
+    // 10 ran on; 11 counted backwards; 12 is a reused pid, so a new process; 13 is new.
+    auto delta = ProcessCensus::delta(
+        {row(10, 5, 2.5, 160), row(11, 5, 0.5, 40), row(12, 9, 0.25, 7), row(13, 9, 1.0, 3)},
+        before);
+    EXPECT_DOUBLE_EQ(delta.cpuSeconds, 0.5 + 0 + 0.25 + 1.0);
+    EXPECT_EQ(delta.logicalWriteBytes, 60u + 0u + 7u + 3u);
+    EXPECT_EQ(delta.instructions, 0u + 0u + 100u + 100u);
+    EXPECT_EQ(delta.newProcesses, 2);
+    // The system gave no energy or wake-ups for any row.
+    EXPECT_EQ(delta.energyNanojoules, std::nullopt);
+    EXPECT_EQ(delta.wakeups, std::nullopt);
+
+    // One row without the counter makes the whole total absent, wherever it comes.
+    auto partial = ProcessCensus::delta({row(20, 1, 1, std::nullopt), row(21, 1, 1, 5)}, {});
+    EXPECT_EQ(partial.logicalWriteBytes, std::nullopt);
+    auto partialLast = ProcessCensus::delta({row(21, 1, 1, 5), row(20, 1, 1, std::nullopt)}, {});
+    EXPECT_EQ(partialLast.logicalWriteBytes, std::nullopt);
+
+    // A counter that was absent before counts in full.
+    std::unordered_map<ProcessIdentity, ProcessInfoRow> withoutWrites = {
+        {ProcessIdentity{30, 1}, row(30, 1, 1, std::nullopt)}};
+    EXPECT_EQ(ProcessCensus::delta({row(30, 1, 1, 42)}, withoutWrites).logicalWriteBytes, 42u);
+}
+
+TEST(ProcessCensusTest, DeltaWithoutAPreviousCensusIsTheWholeCpuTime) {
+    ProcessInfoRow first = process(1, 0), second = process(2, 1);
+    first.cpuTime = 1.5;
+    second.cpuTime = 2.25;
+    auto delta = ProcessCensus::delta({first, second}, {});
+    EXPECT_DOUBLE_EQ(delta.cpuSeconds, 3.75);
+    EXPECT_EQ(delta.newProcesses, 2);
+    EXPECT_EQ(ProcessCensus::delta({}, {}).cpuSeconds, 0);
+}
+
+TEST(ProcessCensusTest, IdentityTellsReusedPidsApart) {
+    std::unordered_set<ProcessIdentity> identities = {
+        {10, 100.5}, {10, 100.5}, {10, 200.25}, {11, 100.5}};
+    EXPECT_EQ(identities.size(), 3u);
+    EXPECT_NE((ProcessIdentity{10, 100.5}), (ProcessIdentity{10, 100.500001}));
+    EXPECT_EQ(std::hash<ProcessIdentity>{}({1, 0.0}), std::hash<ProcessIdentity>{}({1, -0.0}));
+}
+
+TEST(ProcessCensusTest, ShortNamesCompareTheFirstSixteenBytes) {
+    EXPECT_EQ(ShortName::of("node"), ShortName::of("node"));
+    EXPECT_NE(ShortName::of("node"), ShortName::of("MainThread"));
+    EXPECT_NE(ShortName::of("abcdefghijklmno"), ShortName::of("abcdefghijklmnp"));
+    EXPECT_EQ(ShortName::of("abcdefghijklmnopXYZ"), ShortName::of("abcdefghijklmnop"));
+    EXPECT_EQ(ShortName::of(""), ShortName{});
+}
+
+}  // namespace
+}  // namespace vigilmoth

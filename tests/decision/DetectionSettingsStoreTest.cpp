@@ -1,0 +1,137 @@
+// Show that settings load, save and migrate from the legacy allowlist in a real store file.
+#include <gtest/gtest.h>
+
+#include "base/DefaultsKeys.h"
+#include "decision/DetectionSettingsStore.h"
+#include "platform/linux/FileKeyValueStore.h"
+#include "support/TestSupport.h"
+
+namespace vigilmoth {
+namespace {
+
+using Kind = AgentDefinition::Kind;
+using Level = AgentDefinition::Level;
+
+AgentCatalog smallCatalog() {
+    return AgentCatalog{{
+        {"cursor-desktop", "Cursor", Level::state, Kind::desktop, {}},
+        {"chatbox", "Chatbox", Level::activity, Kind::desktop, {"chatbox"}},
+        {"claude", "Claude Code", Level::state, Kind::cli, {"claude"}},
+        {"aider", "Aider", Level::activity, Kind::cli, {"aider"}},
+        {"gemini", "Gemini CLI", Level::activity, Kind::cli, {"gemini", "gemini-cli"}},
+        {"codex", "Codex", Level::state, Kind::cli, {"codex"}},
+        {"goose", "Goose", Level::activity, Kind::cli, {"goose"}},
+        {"nameless", "Nameless", Level::generic, Kind::cli, {}},
+    }};
+}
+
+class DetectionSettingsStoreTest : public ::testing::Test {
+protected:
+    testing::TemporaryFolder folder;
+    FileKeyValueStore store{folder / "defaults.json"};
+    AgentCatalog catalog = smallCatalog();
+
+    bool hasLegacyKeys() const {
+        return store.value(defaults_keys::legacyAllowlist) ||
+               store.value(defaults_keys::legacyKnownDefaults);
+    }
+};
+
+TEST_F(DetectionSettingsStoreTest, AnEmptyStoreLoadsTheDefaults) {
+    EXPECT_EQ(DetectionSettingsStore::load(store, catalog), DetectionSettings{});
+    EXPECT_FALSE(store.value(defaults_keys::detectionSettings));
+}
+
+TEST_F(DetectionSettingsStoreTest, SavedSettingsLoadBackFromAFreshStore) {
+    DetectionSettings settings;
+    settings.waitingHold = 42;
+    settings.agentRules["goose"] = AgentRule::alwaysWorkingWhileOpen;
+    DetectionSettingsStore::save(settings, store);
+    FileKeyValueStore reopened(store.path());
+    EXPECT_EQ(DetectionSettingsStore::load(reopened, catalog), settings);
+}
+
+TEST_F(DetectionSettingsStoreTest, UndecodableSettingsGiveTheDefaults) {
+    for (const char* stored : {R"({"releaseAfterState":"x"})", "{", "[1,2]"}) {
+        SCOPED_TRACE(stored);
+        store.set(defaults_keys::detectionSettings, stored);
+        EXPECT_EQ(DetectionSettingsStore::load(store, catalog), DetectionSettings{});
+    }
+    store.set(defaults_keys::detectionSettings, 17);
+    EXPECT_EQ(DetectionSettingsStore::load(store, catalog), DetectionSettings{});
+}
+
+TEST_F(DetectionSettingsStoreTest, TheLegacyAllowlistIsMigratedOnceAndRemoved) {
+    store.set(defaults_keys::legacyAllowlist,
+              nlohmann::json{"Aider", "mytool", "claude", "mytool", "MyTool"});
+    store.set(
+        defaults_keys::legacyKnownDefaults,
+        nlohmann::json{"claude", "aider", "gemini", "gemini-cli", "codex", "goose", "chatbox"});
+    // A broken new value does not stop the migration.
+    store.set(defaults_keys::detectionSettings, R"({"waitingHold":"x"})");
+
+    auto settings = DetectionSettingsStore::load(store, catalog);
+
+    EXPECT_EQ(settings.userAgentNames, (std::vector<std::string>{"mytool", "MyTool"}));
+    std::map<std::string, AgentRule> ignored = {
+        {"codex", AgentRule::ignore}, {"gemini", AgentRule::ignore}, {"goose", AgentRule::ignore}};
+    EXPECT_EQ(settings.agentRules, ignored);
+    EXPECT_EQ(settings.releaseAfterState, 120);
+    EXPECT_FALSE(hasLegacyKeys());
+    FileKeyValueStore reopened(store.path());
+    EXPECT_EQ(DetectionSettingsStore::load(reopened, catalog), settings);
+}
+
+TEST_F(DetectionSettingsStoreTest, MigrationRules) {
+    using Names = std::vector<std::string>;
+    struct Case {
+        const char* name;
+        Names allowlist;
+        std::optional<Names> knownDefaults;
+        std::map<std::string, AgentRule> rules;
+    };
+    const auto ignore = AgentRule::ignore;
+    const Case cases[] = {
+        {"no known defaults ignores nothing", {"goose"}, std::nullopt, {}},
+        {"claude is never ignored", {}, Names{"claude"}, {}},
+        {"one name of two unknown keeps the agent", {}, Names{"gemini"}, {}},
+        {"both names known and absent", {}, Names{"gemini", "GEMINI-CLI"}, {{"gemini", ignore}}},
+        {"one name still allowed", {"Gemini-CLI"}, Names{"gemini", "gemini-cli"}, {}},
+        {"desktop agents are left alone", {}, Names{"chatbox"}, {}},
+    };
+    for (const auto& item : cases) {
+        SCOPED_TRACE(item.name);
+        auto settings =
+            DetectionSettingsStore::migrated(item.allowlist, item.knownDefaults, catalog);
+        EXPECT_EQ(settings.agentRules, item.rules);
+        EXPECT_TRUE(settings.userAgentNames.empty());
+    }
+}
+
+TEST_F(DetectionSettingsStoreTest, LegacyKeysGoEvenWhenTheSettingsDecode) {
+    DetectionSettings saved;
+    saved.weakEvidenceCap = 900;
+    DetectionSettingsStore::save(saved, store);
+    store.set(defaults_keys::legacyAllowlist, nlohmann::json{"mytool"});
+    store.set(defaults_keys::legacyKnownDefaults, nlohmann::json{"goose"});
+    EXPECT_EQ(DetectionSettingsStore::load(store, catalog), saved);
+    EXPECT_FALSE(hasLegacyKeys());
+}
+
+TEST_F(DetectionSettingsStoreTest, AnAllowlistHoldingNonStringsCountsAsAbsent) {
+    store.set(defaults_keys::legacyAllowlist, nlohmann::json{"mytool", 3});
+    store.set(defaults_keys::legacyKnownDefaults, nlohmann::json{"goose"});
+    EXPECT_EQ(DetectionSettingsStore::load(store, catalog), DetectionSettings{});
+    EXPECT_FALSE(store.value(defaults_keys::detectionSettings));
+    EXPECT_FALSE(hasLegacyKeys());
+
+    // A broken known-defaults list only loses the "ignore" rules.
+    store.set(defaults_keys::legacyAllowlist, nlohmann::json{"mytool"});
+    store.set(defaults_keys::legacyKnownDefaults, "goose");
+    auto settings = DetectionSettingsStore::load(store, catalog);
+    EXPECT_EQ(settings.userAgentNames, std::vector<std::string>{"mytool"});
+    EXPECT_TRUE(settings.agentRules.empty());
+}
+
+}  // namespace
+}  // namespace vigilmoth

@@ -1,0 +1,100 @@
+// Stands in for an agent's process: started under any executable name and argument vector, it
+// starts the children its plan names, reports that it is ready, and sleeps until it is told to
+// stop. SIGUSR1 renames it (as node renames itself "MainThread"); SIGUSR2 overwrites its
+// argument vector in place.
+#include <signal.h>
+#include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+std::string variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+void writeAtomically(const std::string& path, const std::string& text) {
+    std::string temporary = path + ".partial";
+    std::ofstream(temporary) << text;
+    std::rename(temporary.c_str(), path.c_str());
+}
+
+pid_t spawnChild(const nlohmann::json& node, const std::string& plan) {
+    std::vector<std::string> argv = node.at("argv").get<std::vector<std::string>>();
+    std::vector<std::string> environment = {"VIGILMOTH_FAKE_PLAN=" + plan,
+                                            "VIGILMOTH_FAKE_NODE=" + node.at("id").dump()};
+    std::vector<char*> argvPointers, environmentPointers;
+    for (auto& word : argv)
+        argvPointers.push_back(word.data());
+    argvPointers.push_back(nullptr);
+    for (auto& entry : environment)
+        environmentPointers.push_back(entry.data());
+    environmentPointers.push_back(nullptr);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t empty;
+    sigemptyset(&empty);
+    posix_spawnattr_setsigmask(&attributes, &empty);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    pid_t pid = -1;
+    std::string executable = node.at("exe").get<std::string>();
+    if (posix_spawn(&pid, executable.c_str(), nullptr, &attributes, argvPointers.data(),
+                    environmentPointers.data()) != 0)
+        pid = -1;
+    posix_spawnattr_destroy(&attributes);
+    return pid;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    sigset_t waited;
+    sigemptyset(&waited);
+    sigaddset(&waited, SIGTERM);
+    sigaddset(&waited, SIGUSR1);
+    sigaddset(&waited, SIGUSR2);
+    sigprocmask(SIG_BLOCK, &waited, nullptr);
+    // The tree goes when its starter goes, even when nobody stops it.
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+
+    std::vector<pid_t> children;
+    std::string plan = variable("VIGILMOTH_FAKE_PLAN");
+    std::string self = variable("VIGILMOTH_FAKE_NODE");
+    if (!plan.empty() && !self.empty()) {
+        nlohmann::json tree = nlohmann::json::parse(std::ifstream(plan));
+        for (const auto& node : tree.at("nodes")) {
+            if (node.at("parent").dump() != self) continue;
+            pid_t child = spawnChild(node, plan);
+            if (child > 0) children.push_back(child);
+        }
+        writeAtomically(tree.at("ready").get<std::string>() + "/" + self, std::to_string(getpid()));
+    }
+    while (true) {
+        int number = 0;
+        if (sigwait(&waited, &number) != 0) continue;
+        if (number == SIGUSR1) {
+            prctl(PR_SET_NAME, "MainThread");
+        } else if (number == SIGUSR2) {
+            for (int index = 0; index < argc; ++index)
+                std::memset(argv[index], 'x', std::strlen(argv[index]));
+        } else {
+            break;
+        }
+    }
+    for (pid_t child : children)
+        kill(child, SIGTERM);
+    for (pid_t child : children)
+        waitpid(child, nullptr, 0);
+    return 0;
+}
