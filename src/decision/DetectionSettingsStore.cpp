@@ -46,7 +46,7 @@ std::optional<std::vector<std::string>> stringArray(const KeyValueStore& store,
 
 bool removedFromAllowlist(const AgentDefinition& definition, const std::set<std::string>& allowed,
                           const std::set<std::string>& known) {
-    const auto& names = definition.processNames;
+    const auto names = definition.processNames();
     if (names.empty()) return false;
     bool allKnown = std::all_of(names.begin(), names.end(),
                                 [&](const std::string& name) { return known.contains(name); });

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "base/DefaultsKeys.h"
+#include "catalog/AgentCatalog.h"
 #include "decision/DetectionSettingsStore.h"
 #include "platform/linux/FileKeyValueStore.h"
 #include "support/TestSupport.h"
@@ -9,27 +10,17 @@
 namespace vigilmoth {
 namespace {
 
-using Kind = AgentDefinition::Kind;
-using Level = AgentDefinition::Level;
-
-AgentCatalog smallCatalog() {
-    return AgentCatalog{{
-        {"cursor-desktop", "Cursor", Level::state, Kind::desktop, {}},
-        {"chatbox", "Chatbox", Level::activity, Kind::desktop, {"chatbox"}},
-        {"claude", "Claude Code", Level::state, Kind::cli, {"claude"}},
-        {"aider", "Aider", Level::activity, Kind::cli, {"aider"}},
-        {"gemini", "Gemini CLI", Level::activity, Kind::cli, {"gemini", "gemini-cli"}},
-        {"codex", "Codex", Level::state, Kind::cli, {"codex"}},
-        {"goose", "Goose", Level::activity, Kind::cli, {"goose"}},
-        {"nameless", "Nameless", Level::generic, Kind::cli, {}},
-    }};
+// Every process name of the catalog's command-line agents, as an older version listed them.
+std::vector<std::string> everyCliName(const AgentCatalog& catalog) {
+    auto names = catalog.cliNames();
+    return {names.begin(), names.end()};
 }
 
 class DetectionSettingsStoreTest : public ::testing::Test {
 protected:
     testing::TemporaryFolder folder;
     FileKeyValueStore store{folder / "defaults.json"};
-    AgentCatalog catalog = smallCatalog();
+    const AgentCatalog& catalog = AgentCatalog::standard();
 
     bool hasLegacyKeys() const {
         return store.value(defaults_keys::legacyAllowlist) ||
@@ -62,20 +53,26 @@ TEST_F(DetectionSettingsStoreTest, UndecodableSettingsGiveTheDefaults) {
 }
 
 TEST_F(DetectionSettingsStoreTest, TheLegacyAllowlistIsMigratedOnceAndRemoved) {
+    ASSERT_TRUE(catalog.cliNames().contains("aider"));
     store.set(defaults_keys::legacyAllowlist,
               nlohmann::json{"Aider", "mytool", "claude", "mytool", "MyTool"});
-    store.set(
-        defaults_keys::legacyKnownDefaults,
-        nlohmann::json{"claude", "aider", "gemini", "gemini-cli", "codex", "goose", "chatbox"});
+    store.set(defaults_keys::legacyKnownDefaults, everyCliName(catalog));
     // A broken new value does not stop the migration.
     store.set(defaults_keys::detectionSettings, R"({"waitingHold":"x"})");
 
     auto settings = DetectionSettingsStore::load(store, catalog);
 
     EXPECT_EQ(settings.userAgentNames, (std::vector<std::string>{"mytool", "MyTool"}));
-    std::map<std::string, AgentRule> ignored = {
-        {"codex", AgentRule::ignore}, {"gemini", AgentRule::ignore}, {"goose", AgentRule::ignore}};
-    EXPECT_EQ(settings.agentRules, ignored);
+    for (const auto& definition : catalog.definitions) {
+        SCOPED_TRACE(definition.id);
+        bool removed = definition.kind == AgentDefinition::Kind::cli &&
+                       !definition.processNames().empty() && definition.id != "claude" &&
+                       definition.id != "aider";
+        EXPECT_EQ(settings.agentRules.contains(definition.id), removed);
+        EXPECT_EQ(settings.rule(definition.id), removed ? AgentRule::ignore : AgentRule::automatic);
+    }
+    EXPECT_EQ(settings.rule("codex"), AgentRule::ignore);
+    EXPECT_EQ(settings.rule("gemini"), AgentRule::ignore);
     EXPECT_EQ(settings.releaseAfterState, 120);
     EXPECT_FALSE(hasLegacyKeys());
     FileKeyValueStore reopened(store.path());
@@ -83,6 +80,8 @@ TEST_F(DetectionSettingsStoreTest, TheLegacyAllowlistIsMigratedOnceAndRemoved) {
 }
 
 TEST_F(DetectionSettingsStoreTest, MigrationRules) {
+    ASSERT_EQ(catalog.definition("gemini")->processNames(),
+              (std::vector<std::string>{"gemini", "gemini-cli"}));
     using Names = std::vector<std::string>;
     struct Case {
         const char* name;
@@ -92,12 +91,15 @@ TEST_F(DetectionSettingsStoreTest, MigrationRules) {
     };
     const auto ignore = AgentRule::ignore;
     const Case cases[] = {
-        {"no known defaults ignores nothing", {"goose"}, std::nullopt, {}},
+        {"no known defaults ignores nothing", {"aider"}, std::nullopt, {}},
         {"claude is never ignored", {}, Names{"claude"}, {}},
         {"one name of two unknown keeps the agent", {}, Names{"gemini"}, {}},
         {"both names known and absent", {}, Names{"gemini", "GEMINI-CLI"}, {{"gemini", ignore}}},
         {"one name still allowed", {"Gemini-CLI"}, Names{"gemini", "gemini-cli"}, {}},
-        {"desktop agents are left alone", {}, Names{"chatbox"}, {}},
+        {"desktop agents are left alone",
+         {},
+         Names{"cursor", "codex-desktop", "Codex"},
+         {{"codex", ignore}}},
     };
     for (const auto& item : cases) {
         SCOPED_TRACE(item.name);
@@ -113,21 +115,21 @@ TEST_F(DetectionSettingsStoreTest, LegacyKeysGoEvenWhenTheSettingsDecode) {
     saved.weakEvidenceCap = 900;
     DetectionSettingsStore::save(saved, store);
     store.set(defaults_keys::legacyAllowlist, nlohmann::json{"mytool"});
-    store.set(defaults_keys::legacyKnownDefaults, nlohmann::json{"goose"});
+    store.set(defaults_keys::legacyKnownDefaults, nlohmann::json{"aider"});
     EXPECT_EQ(DetectionSettingsStore::load(store, catalog), saved);
     EXPECT_FALSE(hasLegacyKeys());
 }
 
 TEST_F(DetectionSettingsStoreTest, AnAllowlistHoldingNonStringsCountsAsAbsent) {
     store.set(defaults_keys::legacyAllowlist, nlohmann::json{"mytool", 3});
-    store.set(defaults_keys::legacyKnownDefaults, nlohmann::json{"goose"});
+    store.set(defaults_keys::legacyKnownDefaults, nlohmann::json{"aider"});
     EXPECT_EQ(DetectionSettingsStore::load(store, catalog), DetectionSettings{});
     EXPECT_FALSE(store.value(defaults_keys::detectionSettings));
     EXPECT_FALSE(hasLegacyKeys());
 
     // A broken known-defaults list only loses the "ignore" rules.
     store.set(defaults_keys::legacyAllowlist, nlohmann::json{"mytool"});
-    store.set(defaults_keys::legacyKnownDefaults, "goose");
+    store.set(defaults_keys::legacyKnownDefaults, "aider");
     auto settings = DetectionSettingsStore::load(store, catalog);
     EXPECT_EQ(settings.userAgentNames, std::vector<std::string>{"mytool"});
     EXPECT_TRUE(settings.agentRules.empty());
