@@ -16,12 +16,12 @@ namespace vigilmoth {
 struct LabContext {
     std::ostream& out;
     std::ostream& err;
+    // The live process table; absent where the platform offers none.
+    ProcessCensusing* census = nullptr;
     // The folder that holds the recordings.
     std::string labDirectory;
     const RecordingLocking* recordingLock = nullptr;
     std::function<Date()> now = Date::now;
-    // The live process table; absent where the platform offers none.
-    ProcessCensusing* census = nullptr;
 };
 
 // The command-line lab: every invocation with an argument beginning "--lab-".

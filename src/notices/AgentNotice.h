@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/KeyValueStore.h"
-#include "catalog/ProcessIdentity.h"
+#include "catalog/ProcessCensus.h"
 #include "decision/AgentReading.h"
 
 namespace vigilmoth {

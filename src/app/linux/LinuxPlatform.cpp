@@ -114,9 +114,9 @@ bool runLab(const std::vector<std::string>& arguments) {
     LabContext context{
         .out = std::cout,
         .err = std::cerr,
+        .census = &census,
         .labDirectory = LabRecorder::labDirectory(systemPathEnvironment()),
         .recordingLock = &recordingLock,
-        .census = &census,
     };
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();
