@@ -5,11 +5,11 @@
 
 #include "lab/LabAgents.h"
 #include "lab/LabHooks.h"
+#include "lab/LabCommands.h"
 
 namespace vigilmoth::LabCommand {
 namespace {
 
-using Parameters = std::vector<std::string>;
 using Handler = std::function<bool(const Parameters&, LabContext&)>;
 
 // One entry per lab command; the dispatch below knows nothing else about them.
@@ -17,6 +17,9 @@ const std::map<std::string, Handler>& commands() {
     static const std::map<std::string, Handler> table = {
         {"--lab-agents", LabAgents::run},
         {"--lab-hooks", LabHooks::run},
+        {"--lab-mark", markCommand},
+        {"--lab-score", scoreCommand},
+        {"--lab-notices", noticesCommand},
     };
     return table;
 }

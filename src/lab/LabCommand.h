@@ -5,7 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Date.h"
 #include "catalog/ProcessCensus.h"
+#include "lab/RecordingLocking.h"
 
 namespace vigilmoth {
 
@@ -22,6 +24,10 @@ struct LabContext {
     std::string applicationSupport = {};
     // The folder that the hook executable's path suffix hangs from (HookLocation).
     std::string appPath = {};
+    // The folder that holds the recordings.
+    std::string labDirectory = {};
+    const RecordingLocking* recordingLock = nullptr;
+    std::function<Date()> now = Date::now;
 };
 
 // The command-line lab: every invocation with an argument beginning "--lab-".

@@ -14,8 +14,10 @@
 #include "base/Log.h"
 #include "hooks/HookLocation.h"
 #include "lab/LabCommand.h"
+#include "lab/LabRecorder.h"
 #include "platform/linux/SystemEnvironment.h"
 #include "platform/linux/SystemProcessCensus.h"
+#include "platform/linux/SystemRecordingLock.h"
 #include "platform/linux/SystemSingleCopy.h"
 
 namespace vigilmoth::Platform {
@@ -118,10 +120,17 @@ bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
     SystemProcessCensus census;
     auto paths = systemPathEnvironment();
-    LabContext context{std::cout, std::cerr, &census};
-    context.home = paths.home;
-    context.applicationSupport = WellKnownPaths::applicationSupport(paths);
-    context.appPath = ownAppPath();
+    SystemRecordingLock recordingLock;
+    LabContext context{
+        .out = std::cout,
+        .err = std::cerr,
+        .census = &census,
+        .home = paths.home,
+        .applicationSupport = WellKnownPaths::applicationSupport(paths),
+        .appPath = ownAppPath(),
+        .labDirectory = LabRecorder::labDirectory(paths),
+        .recordingLock = &recordingLock,
+    };
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();
     std::cerr.flush();
