@@ -8,7 +8,7 @@
 
 #include "lab/LabError.h"
 #include "lab/LabRecorder.h"
-#include "platform/linux/SystemRecordingLock.h"
+#include "platform/posix/SystemRecordingLock.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {

@@ -17,7 +17,7 @@
 #include "lab/LabRecorder.h"
 #include "platform/linux/SystemEnvironment.h"
 #include "platform/linux/SystemProcessCensus.h"
-#include "platform/linux/SystemRecordingLock.h"
+#include "platform/posix/SystemRecordingLock.h"
 #include "platform/linux/SystemSingleCopy.h"
 
 namespace vigilmoth::Platform {

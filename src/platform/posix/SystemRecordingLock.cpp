@@ -1,11 +1,11 @@
-#include "platform/linux/SystemRecordingLock.h"
+#include "platform/posix/SystemRecordingLock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
 
 #include <cerrno>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/posix/FileDescriptor.h"
 
 namespace vigilmoth {
 
