@@ -64,20 +64,19 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     return result;
 }
 
-}  // namespace
-
-ProcessResult runProcess(const std::string& executable, const std::vector<std::string>& arguments,
-                         const ProcessOptions& options) {
-    int in[2], out[2], err[2];
-    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 ||
-        ::pipe2(err, O_CLOEXEC) != 0) {
-        throw std::runtime_error("pipe failed");
-    }
+// Starts a program whose standard input, output and error are the given descriptors
+// (-1: input from /dev/null, or this process's own output or error). Throws when it cannot.
+pid_t spawn(const std::string& executable, const std::vector<std::string>& arguments,
+            const ProcessOptions& options, int input, int output, int error) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in[0], 0);
-    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    posix_spawn_file_actions_adddup2(&actions, err[1], 2);
+    if (input >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, input, 0);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    }
+    if (output >= 0) posix_spawn_file_actions_adddup2(&actions, output, 1);
+    if (error >= 0) posix_spawn_file_actions_adddup2(&actions, error, 2);
     if (options.workingDirectory) {
         posix_spawn_file_actions_addchdir_np(&actions, options.workingDirectory->c_str());
     }
@@ -90,15 +89,32 @@ ProcessResult runProcess(const std::string& executable, const std::vector<std::s
     int spawned = ::posix_spawn(&pid, executable.c_str(), &actions, nullptr, argvPointers.data(),
                                 environmentPointers.data());
     posix_spawn_file_actions_destroy(&actions);
+    if (spawned != 0) {
+        throw std::runtime_error("could not start " + executable + ": " + std::strerror(spawned));
+    }
+    return pid;
+}
+
+}  // namespace
+
+ProcessResult runProcess(const std::string& executable, const std::vector<std::string>& arguments,
+                         const ProcessOptions& options) {
+    int in[2], out[2], err[2];
+    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 ||
+        ::pipe2(err, O_CLOEXEC) != 0) {
+        throw std::runtime_error("pipe failed");
+    }
+    pid_t pid = 0;
+    try {
+        pid = spawn(executable, arguments, options, in[0], out[1], err[1]);
+    } catch (...) {
+        for (int fd : {in[0], in[1], out[0], out[1], err[0], err[1]})
+            ::close(fd);
+        throw;
+    }
     ::close(in[0]);
     ::close(out[1]);
     ::close(err[1]);
-    if (spawned != 0) {
-        ::close(in[1]);
-        ::close(out[0]);
-        ::close(err[0]);
-        throw std::runtime_error("could not start " + executable + ": " + std::strerror(spawned));
-    }
 
     ProcessResult result;
     size_t inputWritten = 0;
@@ -159,27 +175,15 @@ BackgroundProcess::BackgroundProcess(const std::string& executable,
                                      const ProcessOptions& options) {
     int out[2];
     if (::pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    if (options.workingDirectory) {
-        posix_spawn_file_actions_addchdir_np(&actions, options.workingDirectory->c_str());
-    }
-    std::vector<std::string> argv = {executable};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
-    auto argvPointers = pointers(argv);
-    auto environment = mergedEnvironment(options);
-    auto environmentPointers = pointers(environment);
     pid_t pid = 0;
-    int spawned = ::posix_spawn(&pid, executable.c_str(), &actions, nullptr, argvPointers.data(),
-                                environmentPointers.data());
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(out[1]);
-    if (spawned != 0) {
+    try {
+        pid = spawn(executable, arguments, options, -1, out[1], -1);
+    } catch (...) {
         ::close(out[0]);
-        throw std::runtime_error("could not start " + executable + ": " + std::strerror(spawned));
+        ::close(out[1]);
+        throw;
     }
+    ::close(out[1]);
     pid_ = pid;
     outFd_ = out[0];
 }

@@ -9,8 +9,9 @@
 #include <filesystem>
 
 #include "base/Log.h"
-#include "platform/posix/FileDescriptor.h"
 #include "platform/linux/SystemEnvironment.h"
+#include "platform/posix/FileDescriptor.h"
+#include "platform/posix/FileIO.h"
 
 namespace vigilmoth {
 namespace {
@@ -23,15 +24,7 @@ const Logger& logger() {
 std::optional<std::string> readWhole(const std::string& path) {
     FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file) return std::nullopt;
-    std::string contents;
-    char buffer[16384];
-    while (true) {
-        ssize_t count = ::read(file.get(), buffer, sizeof buffer);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        contents.append(buffer, static_cast<size_t>(count));
-    }
-    return contents;
+    return readAll(file.get());
 }
 
 // A missing or damaged file reads as an empty store rather than failing every setting.
@@ -44,17 +37,6 @@ nlohmann::json readObject(const std::string& path) {
         return nlohmann::json::object();
     }
     return parsed;
-}
-
-bool writeAll(int descriptor, const std::string& bytes) {
-    size_t written = 0;
-    while (written < bytes.size()) {
-        ssize_t count = ::write(descriptor, bytes.data() + written, bytes.size() - written);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        written += static_cast<size_t>(count);
-    }
-    return true;
 }
 
 bool replaceAtomically(const std::string& path, const std::string& bytes) {

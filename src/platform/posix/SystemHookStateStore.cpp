@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "platform/posix/FileIO.h"
+
 namespace vigilmoth {
 namespace {
 
@@ -18,17 +20,6 @@ constexpr off_t kMaximumFileSize = 1 << 20;
 // Hooks of one process finish in milliseconds; a lock held longer belongs to a stuck run, and
 // then a rare lost update is better than no update.
 constexpr auto kLockPatience = std::chrono::milliseconds(1000);
-
-bool writeAll(int fd, const std::string& text) {
-    size_t written = 0;
-    while (written < text.size()) {
-        ssize_t result = ::write(fd, text.data() + written, text.size() - written);
-        if (result < 0 && errno == EINTR) continue;
-        if (result <= 0) return false;
-        written += static_cast<size_t>(result);
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -63,17 +54,7 @@ std::optional<std::string> SystemHookStateStore::read(const std::string& name) {
         status.st_size > kMaximumFileSize) {
         return std::nullopt;
     }
-    std::string text;
-    char buffer[4096];
-    while (true) {
-        ssize_t count = ::read(file.get(), buffer, sizeof buffer);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return std::nullopt;
-        if (count == 0) break;
-        text.append(buffer, static_cast<size_t>(count));
-        if (text.size() > static_cast<size_t>(kMaximumFileSize)) return std::nullopt;
-    }
-    return text;
+    return readAll(file.get(), static_cast<size_t>(kMaximumFileSize));
 }
 
 bool SystemHookStateStore::writeTemporary(const std::string& temporary, const std::string& text) {

@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "platform/posix/FileDescriptor.h"
+#include "platform/posix/FileIO.h"
 
 namespace vigilmoth {
 
@@ -24,12 +25,8 @@ RecordingLocking::Append SystemRecordingLock::appendWhileRunning(const std::stri
     FileDescriptor file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
     if (!file) return Append::cannotOpen;
     if (probe(path) != Probe::running) return Append::notRunning;
-    while (!bytes.empty()) {
-        ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
-        // A failed or empty write ends the line where it is; the reader drops a torn last line.
-        if (written <= 0) break;
-        bytes.remove_prefix(static_cast<size_t>(written));
-    }
+    // A failed write ends the line where it is; the reader drops a torn last line.
+    writeAll(file.get(), bytes);
     return Append::written;
 }
 
