@@ -15,10 +15,11 @@
 #include "hooks/HookLocation.h"
 #include "lab/LabCommand.h"
 #include "lab/LabRecorder.h"
-#include "platform/linux/SystemEnvironment.h"
+#include "platform/linux/SystemLog.h"
 #include "platform/linux/SystemProcessCensus.h"
-#include "platform/posix/SystemRecordingLock.h"
 #include "platform/linux/SystemSingleCopy.h"
+#include "platform/posix/SystemPathEnvironment.h"
+#include "platform/posix/SystemRecordingLock.h"
 
 namespace vigilmoth::Platform {
 namespace {

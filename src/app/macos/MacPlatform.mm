@@ -11,8 +11,13 @@
 #include <iostream>
 
 #include "app/Platform.h"
+#include "hooks/HookLocation.h"
 #include "lab/LabCommand.h"
+#include "lab/LabRecorder.h"
+#include "platform/macos/SystemProcessCensus.h"
 #include "platform/macos/UnifiedLog.h"
+#include "platform/posix/SystemPathEnvironment.h"
+#include "platform/posix/SystemRecordingLock.h"
 
 namespace vigilmoth::Platform {
 namespace {
@@ -85,7 +90,20 @@ int runDisplayProbe(double) {
 
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
-    LabContext context{std::cout, std::cerr};
+    SystemProcessCensus census;
+    auto paths = systemPathEnvironment();
+    SystemRecordingLock recordingLock;
+    NSString* executable = NSBundle.mainBundle.executablePath;
+    LabContext context{
+        .out = std::cout,
+        .err = std::cerr,
+        .census = &census,
+        .home = paths.home,
+        .applicationSupport = WellKnownPaths::applicationSupport(paths),
+        .appPath = executable != nil ? HookLocation::appPath(executable.UTF8String) : std::string(),
+        .labDirectory = LabRecorder::labDirectory(paths),
+        .recordingLock = &recordingLock,
+    };
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();
     std::cerr.flush();

@@ -9,7 +9,7 @@
 #include <filesystem>
 
 #include "base/Log.h"
-#include "platform/linux/SystemEnvironment.h"
+#include "platform/posix/SystemPathEnvironment.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileIO.h"
 

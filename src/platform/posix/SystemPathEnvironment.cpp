@@ -1,14 +1,10 @@
-#include "platform/linux/SystemEnvironment.h"
+#include "platform/posix/SystemPathEnvironment.h"
 
 #include <pwd.h>
-#include <syslog.h>
-#include <systemd/sd-journal.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <string>
-
-#include "base/Log.h"
 
 namespace vigilmoth {
 namespace {
@@ -28,18 +24,6 @@ std::string homeFolder() {
     return "/";
 }
 
-int journalPriority(LogLevel level) {
-    switch (level) {
-        case LogLevel::debug:
-            return LOG_DEBUG;
-        case LogLevel::info:
-            return LOG_INFO;
-        case LogLevel::error:
-            return LOG_ERR;
-    }
-    return LOG_INFO;
-}
-
 }  // namespace
 
 PathEnvironment systemPathEnvironment() {
@@ -50,21 +34,6 @@ PathEnvironment systemPathEnvironment() {
     environment.xdgRuntimeDir = environmentValue("XDG_RUNTIME_DIR");
     environment.userID = static_cast<unsigned>(getuid());
     return environment;
-}
-
-void installSystemLogSink() {
-    if (isatty(STDERR_FILENO)) {
-        setLogSink(writeLogLineToStandardError);
-        return;
-    }
-    setLogSink([](LogLevel level, std::string_view category, std::string_view message) {
-        std::string categoryText(category);
-        std::string messageText(message);
-        std::string subsystem(kLogSubsystem);
-        sd_journal_send("MESSAGE=%s", messageText.c_str(), "PRIORITY=%i", journalPriority(level),
-                        "SYSLOG_IDENTIFIER=vigilmoth", "VIGILMOTH_SUBSYSTEM=%s", subsystem.c_str(),
-                        "VIGILMOTH_CATEGORY=%s", categoryText.c_str(), nullptr);
-    });
 }
 
 }  // namespace vigilmoth
