@@ -7,8 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include "hooks/HookRunner.h"
-#include "platform/posix/SystemHookStateStore.h"
 #include "platform/linux/SystemProcessCensus.h"
+#include "platform/posix/SystemHookStateStore.h"
 
 namespace vigilmoth {
 namespace {

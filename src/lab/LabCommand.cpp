@@ -4,8 +4,8 @@
 #include <map>
 
 #include "lab/LabAgents.h"
-#include "lab/LabHooks.h"
 #include "lab/LabCommands.h"
+#include "lab/LabHooks.h"
 
 namespace vigilmoth::LabCommand {
 namespace {
@@ -15,10 +15,8 @@ using Handler = std::function<bool(const Parameters&, LabContext&)>;
 // One entry per lab command; the dispatch below knows nothing else about them.
 const std::map<std::string, Handler>& commands() {
     static const std::map<std::string, Handler> table = {
-        {"--lab-agents", LabAgents::run},
-        {"--lab-hooks", LabHooks::run},
-        {"--lab-mark", markCommand},
-        {"--lab-score", scoreCommand},
+        {"--lab-agents", LabAgents::run},  {"--lab-hooks", LabHooks::run},
+        {"--lab-mark", markCommand},       {"--lab-score", scoreCommand},
         {"--lab-notices", noticesCommand},
     };
     return table;

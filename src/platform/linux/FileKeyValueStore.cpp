@@ -9,9 +9,9 @@
 #include <filesystem>
 
 #include "base/Log.h"
-#include "platform/posix/SystemPathEnvironment.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileIO.h"
+#include "platform/posix/SystemPathEnvironment.h"
 
 namespace vigilmoth {
 namespace {

@@ -1,8 +1,8 @@
 // The hook executable on Linux: the /proc census and the XDG folders.
 #include "hook/HookPlatform.h"
-#include "platform/posix/SystemPathEnvironment.h"
 #include "platform/linux/SystemProcessCensus.h"
 #include "platform/posix/PosixHook.h"
+#include "platform/posix/SystemPathEnvironment.h"
 
 namespace vigilmoth {
 
