@@ -64,6 +64,23 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     return result;
 }
 
+// Starts `executable` with the file actions given, which it consumes; posix_spawn's answer.
+int spawn(posix_spawn_file_actions_t& actions, const std::string& executable,
+          const std::vector<std::string>& arguments, const ProcessOptions& options, pid_t& pid) {
+    if (options.workingDirectory) {
+        posix_spawn_file_actions_addchdir_np(&actions, options.workingDirectory->c_str());
+    }
+    std::vector<std::string> argv = {executable};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    auto argvPointers = pointers(argv);
+    auto environment = mergedEnvironment(options);
+    auto environmentPointers = pointers(environment);
+    int spawned = ::posix_spawn(&pid, executable.c_str(), &actions, nullptr, argvPointers.data(),
+                                environmentPointers.data());
+    posix_spawn_file_actions_destroy(&actions);
+    return spawned;
+}
+
 }  // namespace
 
 ProcessResult runProcess(const std::string& executable, const std::vector<std::string>& arguments,
@@ -78,18 +95,8 @@ ProcessResult runProcess(const std::string& executable, const std::vector<std::s
     posix_spawn_file_actions_adddup2(&actions, in[0], 0);
     posix_spawn_file_actions_adddup2(&actions, out[1], 1);
     posix_spawn_file_actions_adddup2(&actions, err[1], 2);
-    if (options.workingDirectory) {
-        posix_spawn_file_actions_addchdir_np(&actions, options.workingDirectory->c_str());
-    }
-    std::vector<std::string> argv = {executable};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
-    auto argvPointers = pointers(argv);
-    auto environment = mergedEnvironment(options);
-    auto environmentPointers = pointers(environment);
     pid_t pid = 0;
-    int spawned = ::posix_spawn(&pid, executable.c_str(), &actions, nullptr, argvPointers.data(),
-                                environmentPointers.data());
-    posix_spawn_file_actions_destroy(&actions);
+    int spawned = spawn(actions, executable, arguments, options, pid);
     ::close(in[0]);
     ::close(out[1]);
     ::close(err[1]);
@@ -163,18 +170,8 @@ BackgroundProcess::BackgroundProcess(const std::string& executable,
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    if (options.workingDirectory) {
-        posix_spawn_file_actions_addchdir_np(&actions, options.workingDirectory->c_str());
-    }
-    std::vector<std::string> argv = {executable};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
-    auto argvPointers = pointers(argv);
-    auto environment = mergedEnvironment(options);
-    auto environmentPointers = pointers(environment);
     pid_t pid = 0;
-    int spawned = ::posix_spawn(&pid, executable.c_str(), &actions, nullptr, argvPointers.data(),
-                                environmentPointers.data());
-    posix_spawn_file_actions_destroy(&actions);
+    int spawned = spawn(actions, executable, arguments, options, pid);
     ::close(out[1]);
     if (spawned != 0) {
         ::close(out[0]);
