@@ -5,21 +5,13 @@
 
 #include <functional>
 
-#include "VerdictTestSupport.h"
 #include "decision/VerdictRules.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
-using Source = StateReport::Source;
-using Kind = VerdictReason::Kind;
-using Confidence = AgentVerdict::Confidence;
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-constexpr auto idle = ReportedState::idle;
-
-const Date now = at(1000);
 
 struct Case {
     const char* name;
@@ -27,11 +19,6 @@ struct Case {
     std::function<void(AgentMemory&)> memory;
     AgentVerdict expected;
 };
-
-AgentEvidence with(AgentEvidence evidence, const std::function<void(AgentEvidence&)>& change) {
-    change(evidence);
-    return evidence;
-}
 
 void noMemory(AgentMemory&) {}
 

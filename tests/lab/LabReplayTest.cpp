@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "lab/LabReplay.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
@@ -11,13 +12,9 @@ const Date kStart(1767225600);
 
 AgentReading reading(std::string agentID, std::int32_t pid, ReportedState state,
                      AgentDefinition::Level level = AgentDefinition::Level::state) {
-    AgentReading reading;
-    reading.agentID = std::move(agentID);
-    reading.displayName = reading.agentID;
-    reading.level = level;
-    reading.identity = {pid, 1};
-    reading.verdict.state = state;
-    return reading;
+    auto made = testing::readingOf(agentID, agentID, {pid, 1}, state);
+    made.level = level;
+    return made;
 }
 
 // A step at `offset` seconds whose decision holds for the readings given a cause.

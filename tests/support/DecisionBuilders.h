@@ -1,7 +1,7 @@
 #pragma once
 
-// Small builders shared by the verdict and hold tests: one agent's evidence with sensible
-// defaults, and a run that carries memories from tick to tick as the engine does.
+// Small builders shared by the decision, lab and notice tests: a reading, one agent's evidence
+// with sensible defaults, and a run that carries memories from tick to tick as the engine does.
 #include <functional>
 #include <ostream>
 #include <string>
@@ -29,6 +29,21 @@ inline void PrintTo(const Date& date, std::ostream* out) {
 }
 
 }  // namespace vigilmoth
+
+namespace vigilmoth::testing {
+
+// A reading with what tells agents apart and the verdict's state; the rest as defaulted.
+inline AgentReading readingOf(std::string agentID, std::string displayName,
+                              ProcessIdentity identity, ReportedState state) {
+    AgentReading made;
+    made.agentID = std::move(agentID);
+    made.displayName = std::move(displayName);
+    made.identity = identity;
+    made.verdict.state = state;
+    return made;
+}
+
+}  // namespace vigilmoth::testing
 
 namespace vigilmoth::verdicttest {
 
