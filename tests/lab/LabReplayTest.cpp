@@ -210,15 +210,12 @@ TEST(LabReplayTest, SeenTotalsEachInstanceAndTheLastStepLastsNothing) {
 TEST(LabReplayTest, ReplayingTheSameRecordingTwiceGivesTheSameScore) {
     LabRecording recording;
     for (int i = 0; i < 50; ++i) {
-        EvidenceFrame frame;
-        frame.at = kStart + i * 2.0;
         AgentEvidence evidence;
         evidence.agentID = "aider";
         evidence.displayName = "Aider";
         evidence.pid = 7;
         evidence.busyChildCommands = i < 20 ? 1 : 0;
-        frame.agents.push_back(evidence);
-        recording.samples.push_back({frame, {}});
+        recording.samples.push_back({testing::frameAt(kStart + i * 2.0, {evidence}), {}});
     }
     recording.marks = {{kStart + 45, "aider", LabTruth::idle}};
     auto first = LabReplay::score(recording, std::nullopt, std::nullopt);

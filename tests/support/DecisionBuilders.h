@@ -43,6 +43,14 @@ inline AgentReading readingOf(std::string agentID, std::string displayName,
     return made;
 }
 
+// A frame of the agents given at `at`, in a plain situation.
+inline EvidenceFrame frameAt(Date at, std::vector<AgentEvidence> agents) {
+    EvidenceFrame frame;
+    frame.at = at;
+    frame.agents = std::move(agents);
+    return frame;
+}
+
 }  // namespace vigilmoth::testing
 
 namespace vigilmoth::verdicttest {
@@ -122,9 +130,7 @@ struct TickRun {
     HoldDecision decision;
 
     std::vector<AgentReading> tick(Date now, std::vector<AgentEvidence> agents) {
-        EvidenceFrame frame;
-        frame.at = now;
-        frame.agents = std::move(agents);
+        auto frame = testing::frameAt(now, std::move(agents));
         frame.context = situation.context;
         auto outcome = VerdictRules::readings(frame, memories, settings);
         memories = std::move(outcome.memories);
