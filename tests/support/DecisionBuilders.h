@@ -1,7 +1,8 @@
 #pragma once
 
-// Small builders shared by the decision, lab and notice tests: a reading, one agent's evidence
-// with sensible defaults, and a run that carries memories from tick to tick as the engine does.
+// Small builders shared by the decision, lab and notice tests: a reading, a frame, one agent's
+// evidence with sensible defaults, and a run that carries memories from tick to tick as the
+// engine does.
 #include <functional>
 #include <ostream>
 #include <string>
