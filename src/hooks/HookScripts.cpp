@@ -1,9 +1,8 @@
 #include "hooks/HookScripts.h"
 
-#include <nlohmann/json.hpp>
-
 #include "hooks/HookCatalog.h"
 #include "hooks/HookPluginHistory.h"
+#include "hooks/JSONSourceText.h"
 
 namespace vigilmoth::HookScripts {
 namespace {
@@ -19,7 +18,7 @@ std::string header(int version, std::string_view agentName) {
 }
 
 std::string hookConstant(std::string_view appPath) {
-    return "const hook = " + stringLiteral(HookCatalog::hookExecutable(appPath)) + ";\n";
+    return "const hook = " + JSONSourceText::literal(HookCatalog::hookExecutable(appPath)) + ";\n";
 }
 
 constexpr std::string_view kInstance =
@@ -128,7 +127,7 @@ std::string opencodeQueued(int version) {
            std::string(kOpencodeHandlerStart) + body + std::string(kOpencodeHandlerEnd);
 }
 
-constexpr std::string_view kPiRunV1 = R"js(
+constexpr std::string_view kPiRunV1Start = R"js(
 function run(name, body) {
   return new Promise((resolve) => {
     const timer = setTimeout(resolve, 5000);
@@ -138,22 +137,9 @@ function run(name, body) {
     };
     try {
       const child = spawn(hook, ["pi", name, "v=1"], {
-        stdio: ["pipe", "ignore", "ignore"],
-        detached: true,
-      });
-      child.on("close", finish);
-      child.on("error", finish);
-      child.unref();
-      child.stdin.on("error", () => {});
-      child.stdin.end(body);
-    } catch {
-      finish();
-    }
-  });
-}
 )js";
 
-constexpr std::string_view kPiRunV2 = R"js(
+constexpr std::string_view kPiRunV2Start = R"js(
 function run(name, body) {
   return new Promise((resolve) => {
     let child = null;
@@ -174,7 +160,10 @@ function run(name, body) {
     if (timer.unref) timer.unref();
     try {
       child = spawn(hook, ["pi", name, "v=2"], {
-        stdio: ["pipe", "ignore", "ignore"],
+)js";
+
+// Both versions spawn the hook the same way once the child is made.
+constexpr std::string_view kPiRunEnd = R"js(        stdio: ["pipe", "ignore", "ignore"],
         detached: true,
       });
       child.on("close", finish);
@@ -261,14 +250,6 @@ constexpr std::string_view kPiExtensionEnd =
 
 }  // namespace
 
-std::string stringLiteral(std::string_view text) {
-    try {
-        return nlohmann::json(std::string(text)).dump();
-    } catch (const nlohmann::json::exception&) {
-        return "\"\"";
-    }
-}
-
 std::string opencodePlugin(int version, std::string_view appPath) {
     std::string text = header(version, "opencode") + "\n" + hookConstant(appPath);
     if (version >= 3) text += "const inst = " + std::string(kInstance) + ";\n";
@@ -290,7 +271,8 @@ std::string piExtension(int version, std::string_view appPath) {
                            : "    const body = JSON.stringify({ session_id: id, seq: shared.seq, "
                              "ts: now });\n";
     return header(version, "Pi") + "\nimport { spawn } from \"node:child_process\";\n\n" +
-           hookConstant(appPath) + state + std::string(version >= 2 ? kPiRunV2 : kPiRunV1) +
+           hookConstant(appPath) + state +
+           std::string(version >= 2 ? kPiRunV2Start : kPiRunV1Start) + std::string(kPiRunEnd) +
            std::string(kPiExtensionStart) + body + std::string(kPiExtensionEnd);
 }
 

@@ -10,7 +10,4 @@ namespace vigilmoth::HookScripts {
 std::string opencodePlugin(int version, std::string_view appPath);
 std::string piExtension(int version, std::string_view appPath);
 
-// A JSON string literal with slashes left alone, or an empty literal for text that is not UTF-8.
-std::string stringLiteral(std::string_view text);
-
 }  // namespace vigilmoth::HookScripts

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "base/Calendar.h"
-#include "support/ScopedTimeZone.h"
+#include "support/ZonedCases.h"
 
 namespace vigilmoth {
 namespace {
@@ -14,13 +14,7 @@ namespace {
 const char* const jumpsAtSix = "XST-1XDT,M3.5.0/6,M10.5.0/7";
 
 TEST(CalendarTest, NextSixOClock) {
-    struct Case {
-        const char* name;
-        const char* zone;
-        double after;
-        double expected;
-    };
-    const Case cases[] = {
+    const testing::ZonedCase cases[] = {
         // 2026-03-28 23:00 XST = 22:00 UTC; 06:00 does not exist the next day, so the
         // answer is the moment of the jump, 07:00 XDT = 05:00 UTC.
         {"skipped six", jumpsAtSix, 1774735200, 1774760400},
@@ -32,13 +26,7 @@ TEST(CalendarTest, NextSixOClock) {
         // 2026-12-31 12:00 UTC: the next six is in the next year.
         {"new year", "UTC0", 1798718400, 1798783200},
     };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.name);
-        testing::ScopedTimeZone zone(item.zone);
-        auto next = Calendar{}.nextDate(Date(item.after), 6, 0, 0);
-        ASSERT_TRUE(next);
-        EXPECT_EQ(next->secondsSince1970(), item.expected);
-    }
+    testing::expectInZones(cases, [](Date after) { return Calendar{}.nextDate(after, 6, 0, 0); });
 }
 
 TEST(CalendarTest, NoDateForANonFiniteStart) {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "VerdictTestSupport.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
@@ -12,21 +12,12 @@ namespace {
 using namespace verdicttest;
 using Level = AgentDefinition::Level;
 using AgentKind = AgentDefinition::Kind;
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-constexpr auto idle = ReportedState::idle;
-
-const Date now = at(1000);
 
 AgentReading reading(std::string name, ReportedState state, std::int32_t pid = 1,
                      Level level = Level::activity, AgentKind kind = AgentKind::cli) {
-    AgentReading made;
-    made.agentID = name;
-    made.displayName = std::move(name);
+    auto made = testing::readingOf(name, name, ProcessIdentity{pid, 5}, state);
     made.level = level;
     made.kind = kind;
-    made.identity = ProcessIdentity{pid, 5};
-    made.verdict.state = state;
     return made;
 }
 

@@ -3,17 +3,13 @@
 // menu bar reads along the way.
 #include <gtest/gtest.h>
 
-#include "VerdictTestSupport.h"
 #include "decision/HoldPolicy.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
-using Source = StateReport::Source;
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-constexpr auto idle = ReportedState::idle;
 
 AgentEvidence codexReporting(ReportedState state, double t) {
     auto evidence = agent("codex");

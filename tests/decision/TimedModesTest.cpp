@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "decision/TimedModes.h"
-#include "support/ScopedTimeZone.h"
+#include "support/ZonedCases.h"
 
 namespace vigilmoth {
 namespace {
@@ -17,13 +17,7 @@ constexpr double june10 = 1781049600;
 constexpr double hour = 3600;
 
 TEST(TimedModesTest, PauseUntilTomorrowEndsAtSixOrAfterEightHours) {
-    struct Case {
-        const char* name;
-        const char* zone;
-        double now;
-        double until;
-    };
-    const Case cases[] = {
+    const testing::ZonedCase cases[] = {
         {"23:00 summer", centralEurope, june10 + 21 * hour, june10 + 28 * hour},
         {"03:00 summer", centralEurope, june10 + 25 * hour, june10 + 33 * hour},
         {"05:59:59, too close to six", centralEurope, june10 + 28 * hour - 1,
@@ -43,14 +37,11 @@ TEST(TimedModesTest, PauseUntilTomorrowEndsAtSixOrAfterEightHours) {
         // 2026-03-07 23:00 EST = 2026-03-08 04:00 UTC.
         {"23:00 before US spring forward", usEastern, 1772942400, 1772942400 + 6 * hour},
     };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.name);
-        testing::ScopedTimeZone zone(item.zone);
+    testing::expectInZones(cases, [](Date now) {
         Pause pause;
-        pause.start(PauseChoice::untilTomorrow, Date(item.now), Calendar{});
-        ASSERT_TRUE(pause.until);
-        EXPECT_EQ(pause.until->secondsSince1970(), item.until);
-    }
+        pause.start(PauseChoice::untilTomorrow, now, Calendar{});
+        return pause.until;
+    });
 }
 
 TEST(TimedModesTest, ShortPausesIgnoreTheCalendar) {

@@ -5,31 +5,19 @@
 
 #include <functional>
 
-#include "VerdictTestSupport.h"
 #include "decision/VerdictRules.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
-using Source = StateReport::Source;
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-constexpr auto idle = ReportedState::idle;
-
-const Date now = at(1000);
-
-AgentEvidence with(AgentEvidence evidence, const std::function<void(AgentEvidence&)>& change) {
-    change(evidence);
-    return evidence;
-}
 
 TEST(VerdictNotesTest, AHookWaitIsJudgedOverOnlyWhenTheAgentMovedOn) {
     const Date h = now - 30;
     const auto rollout = [](std::optional<Date> since) {
         return [since](AgentMemory& m) {
-            m.lastReport = report(working, Source::codexRollout, now, since);
-            m.lastReportSeenAt = now;
+            rememberReport(m, report(working, Source::codexRollout, now, since));
         };
     };
     struct Case {

@@ -5,21 +5,13 @@
 
 #include <functional>
 
-#include "VerdictTestSupport.h"
 #include "decision/VerdictRules.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
-using Source = StateReport::Source;
-using Kind = VerdictReason::Kind;
-using Confidence = AgentVerdict::Confidence;
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-constexpr auto idle = ReportedState::idle;
-
-const Date now = at(1000);
 
 struct Case {
     const char* name;
@@ -27,11 +19,6 @@ struct Case {
     std::function<void(AgentMemory&)> memory;
     AgentVerdict expected;
 };
-
-AgentEvidence with(AgentEvidence evidence, const std::function<void(AgentEvidence&)>& change) {
-    change(evidence);
-    return evidence;
-}
 
 void noMemory(AgentMemory&) {}
 
@@ -41,10 +28,8 @@ AgentVerdict verdict(ReportedState state, Confidence confidence, VerdictReason r
 
 VerdictOutcome readOnce(const AgentEvidence& evidence, const AgentMemory& memory,
                         const DetectionSettings& settings) {
-    EvidenceFrame frame;
-    frame.at = now;
-    frame.agents = {evidence};
-    return VerdictRules::readings(frame, {{evidence.identity(), memory}}, settings);
+    return VerdictRules::readings(testing::frameAt(now, {evidence}),
+                                  {{evidence.identity(), memory}}, settings);
 }
 
 TEST(VerdictReadingTest, TheFirstRuleThatAppliesDecides) {
@@ -221,14 +206,12 @@ TEST(VerdictReadingTest, TheTurnFollowsTheStatedStateAndItsDetail) {
 }
 
 TEST(VerdictReadingTest, ADuplicateOfAProcessInTheSameFrameIsIgnored) {
-    EvidenceFrame frame;
-    frame.at = now;
     auto first = agent("codex", 7);
     auto duplicate = with(agent("codex", 7), [](auto& e) { e.busyChildCommands = 4; });
     auto other = agent("aider", 8);
-    frame.agents = {first, duplicate, other};
     const AgentMemories previous = {{ProcessIdentity{9, 1}, AgentMemory{}}};
-    const auto outcome = VerdictRules::readings(frame, previous, {});
+    const auto outcome =
+        VerdictRules::readings(testing::frameAt(now, {first, duplicate, other}), previous, {});
     ASSERT_EQ(outcome.readings.size(), 2u);
     EXPECT_EQ(outcome.readings[0].agentID, "codex");
     EXPECT_EQ(outcome.readings[0].verdict.reason, VerdictReason::noActivity(0));

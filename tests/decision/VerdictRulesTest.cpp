@@ -7,20 +7,12 @@
 #include <functional>
 #include <limits>
 
-#include "VerdictTestSupport.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
-using Source = StateReport::Source;
-using Kind = VerdictReason::Kind;
-using Confidence = AgentVerdict::Confidence;
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-constexpr auto idle = ReportedState::idle;
-
-const Date now = at(1000);
 
 TEST(VerdictRulesTest, FileWriteTakesTheLatestOwnWriteAndNeverTheFuture) {
     struct Case {
@@ -177,8 +169,7 @@ TEST(VerdictRulesTest, StatedStateWeighsTheHookAgainstTheReports) {
     const auto none = [](AgentMemory&) {};
     const auto reports = [](ReportedState state, std::optional<Date> since = std::nullopt) {
         return [=](AgentMemory& m) {
-            m.lastReport = report(state, Source::claudeSessionFile, now, since);
-            m.lastReportSeenAt = now;
+            rememberReport(m, report(state, Source::claudeSessionFile, now, since));
         };
     };
     auto bySession = withHook(stateAgent(), working, now - 20);
@@ -200,8 +191,7 @@ TEST(VerdictRulesTest, StatedStateWeighsTheHookAgainstTheReports) {
         {"a wait judged over gives the report", withHook(agent(), waiting, now - 100),
          [](AgentMemory& m) {
              m.endedHookWaitAt = now - 100;
-             m.lastReport = report(working, Source::codexRollout, now);
-             m.lastReportSeenAt = now;
+             rememberReport(m, report(working, Source::codexRollout, now));
          },
          working},
         {"fresh working, activity level", withHook(agent(), working, now - 60), none, working},
@@ -227,8 +217,7 @@ TEST(VerdictRulesTest, StatedStateWeighsTheHookAgainstTheReports) {
         {"stale working, old hook work", withHook(agent(), working, now - 61),
          [](AgentMemory& m) {
              m.hookWorkSince = now - 1800;
-             m.lastReport = report(idle, Source::codexRollout, now);
-             m.lastReportSeenAt = now;
+             rememberReport(m, report(idle, Source::codexRollout, now));
          },
          idle},
     };

@@ -3,18 +3,13 @@
 // and memories shifted over a sleep.
 #include <gtest/gtest.h>
 
-#include "VerdictTestSupport.h"
 #include "decision/VerdictRules.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
-using Source = StateReport::Source;
-using Kind = VerdictReason::Kind;
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-constexpr auto idle = ReportedState::idle;
 
 TEST(VerdictScenarioTest, SustainedLightProcessorUseCountsFromTheThirdBusyBucket) {
     TickRun run;

@@ -6,6 +6,7 @@
 
 #include "evidence/EvidenceFrame.h"
 #include "evidence/GeneratedFrames.h"
+#include "support/EvidenceBuilders.h"
 
 namespace vigilmoth {
 namespace {
@@ -14,42 +15,8 @@ const JSONEncoder plain{};
 const JSONEncoder lab{
     .sortedKeys = true, .escapeSlashes = false, .dates = DateStrategy::wholeMilliseconds};
 
-AgentEvidence bareAgent() {
-    AgentEvidence agent;
-    agent.agentID = "claude";
-    agent.displayName = "Claude Code";
-    agent.level = AgentDefinition::Level::state;
-    agent.pid = 4242;
-    agent.startTime = 1767225600.5;
-    return agent;
-}
-
-AgentEvidence fullAgent() {
-    AgentEvidence agent = bareAgent();
-    agent.kind = AgentDefinition::Kind::desktop;
-    agent.role = AgentRole::engine;
-    agent.reported = StateReport{ReportedState::waitingForUser,
-                                 Date(10),
-                                 Date(20),
-                                 StateReport::Source::claudeSessionFile,
-                                 "a/b",
-                                 true,
-                                 true};
-    agent.backgroundJobsWorking = 1;
-    agent.childCommands = 3;
-    agent.busyChildCommands = 2;
-    agent.subtreeCPUSeconds = 0.25;
-    agent.sampleInterval = 2;
-    agent.energyNanojoules = 18446744073709551615ULL;
-    agent.logicalWriteBytes = 7;
-    agent.fileActivityAt = Date(30);
-    agent.ownsSleepAssertion = true;
-    agent.hasLiveSession = true;
-    agent.hookState = ReportedState::working;
-    agent.hookStateAt = Date(40);
-    agent.hookStateBySession = true;
-    return agent;
-}
+using testing::bareAgent;
+using testing::fullAgent;
 
 EvidenceFrame decodeFrame(const std::string& text) {
     return decodeJSON<EvidenceFrame>(nlohmann::json::parse(text));

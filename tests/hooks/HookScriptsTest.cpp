@@ -15,6 +15,7 @@
 #include "hooks/HookCatalog.h"
 #include "hooks/HookPluginHistory.h"
 #include "hooks/HookScripts.h"
+#include "hooks/JSONSourceText.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
@@ -117,7 +118,7 @@ TEST(HookScriptsTest, NodeAcceptsEveryTemplateVersion) {
         EXPECT_EQ(check.status, 0) << check.err;
         EXPECT_EQ(HookPluginHistory::version(source), name.back() - '0');
         EXPECT_NE(source.find("const hook = " +
-                              HookScripts::stringLiteral(HookCatalog::hookExecutable(app))),
+                              JSONSourceText::literal(HookCatalog::hookExecutable(app))),
                   std::string::npos);
     }
 }

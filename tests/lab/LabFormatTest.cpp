@@ -8,6 +8,7 @@
 #include "lab/LabError.h"
 #include "lab/LabFormat.h"
 #include "lab/LabText.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
@@ -122,13 +123,9 @@ TEST(LabFormatTest, LinesSortKeysKeepSlashesAndRoundDatesToMilliseconds) {
 }
 
 AgentReading reading(std::string agentID, std::string name, std::int32_t pid, ReportedState state) {
-    AgentReading reading;
-    reading.agentID = std::move(agentID);
-    reading.displayName = std::move(name);
-    reading.identity = {pid, 1000.5};
-    reading.verdict.state = state;
-    reading.verdict.reason = VerdictReason::runningCommand(2);
-    return reading;
+    auto made = testing::readingOf(std::move(agentID), std::move(name), {pid, 1000.5}, state);
+    made.verdict.reason = VerdictReason::runningCommand(2);
+    return made;
 }
 
 TEST(LabFormatTest, SampleLinesCarryVerdictsHoldAndCostWithoutPaths) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "lab/LabReplay.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
@@ -11,13 +12,9 @@ const Date kStart(1767225600);
 
 AgentReading reading(std::string agentID, std::int32_t pid, ReportedState state,
                      AgentDefinition::Level level = AgentDefinition::Level::state) {
-    AgentReading reading;
-    reading.agentID = std::move(agentID);
-    reading.displayName = reading.agentID;
-    reading.level = level;
-    reading.identity = {pid, 1};
-    reading.verdict.state = state;
-    return reading;
+    auto made = testing::readingOf(agentID, agentID, {pid, 1}, state);
+    made.level = level;
+    return made;
 }
 
 // A step at `offset` seconds whose decision holds for the readings given a cause.
@@ -213,15 +210,12 @@ TEST(LabReplayTest, SeenTotalsEachInstanceAndTheLastStepLastsNothing) {
 TEST(LabReplayTest, ReplayingTheSameRecordingTwiceGivesTheSameScore) {
     LabRecording recording;
     for (int i = 0; i < 50; ++i) {
-        EvidenceFrame frame;
-        frame.at = kStart + i * 2.0;
         AgentEvidence evidence;
         evidence.agentID = "aider";
         evidence.displayName = "Aider";
         evidence.pid = 7;
         evidence.busyChildCommands = i < 20 ? 1 : 0;
-        frame.agents.push_back(evidence);
-        recording.samples.push_back({frame, {}});
+        recording.samples.push_back({testing::frameAt(kStart + i * 2.0, {evidence}), {}});
     }
     recording.marks = {{kStart + 45, "aider", LabTruth::idle}};
     auto first = LabReplay::score(recording, std::nullopt, std::nullopt);

@@ -4,6 +4,7 @@
 
 #include "base/DefaultsKeys.h"
 #include "notices/AgentNoticeReducer.h"
+#include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
 namespace {
@@ -27,12 +28,9 @@ public:
     std::vector<AgentNotice> at(double offset, const std::vector<Session>& sessions) {
         input.readings.clear();
         for (const auto& session : sessions) {
-            AgentReading reading;
-            reading.agentID = "claude";
-            reading.displayName = "Claude Code";
-            reading.identity = {session.pid, 100};
             // The verdict disagrees on purpose: the reported turn is what is followed.
-            reading.verdict.state = ReportedState::idle;
+            auto reading = testing::readingOf("claude", "Claude Code", {session.pid, 100},
+                                              ReportedState::idle);
             if (session.withTurn) {
                 std::optional<Date> since;
                 if (session.since) since = kStart + *session.since;

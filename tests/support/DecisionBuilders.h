@@ -1,7 +1,9 @@
 #pragma once
 
-// Small builders shared by the verdict and hold tests: one agent's evidence with sensible
-// defaults, and a run that carries memories from tick to tick as the engine does.
+// Small builders shared by the decision, lab and notice tests: a reading, a frame, one agent's
+// evidence with sensible defaults, and a run that carries memories from tick to tick as the
+// engine does.
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -29,13 +31,46 @@ inline void PrintTo(const Date& date, std::ostream* out) {
 
 }  // namespace vigilmoth
 
+namespace vigilmoth::testing {
+
+// A reading with what tells agents apart and the verdict's state; the rest as defaulted.
+inline AgentReading readingOf(std::string agentID, std::string displayName,
+                              ProcessIdentity identity, ReportedState state) {
+    AgentReading made;
+    made.agentID = std::move(agentID);
+    made.displayName = std::move(displayName);
+    made.identity = identity;
+    made.verdict.state = state;
+    return made;
+}
+
+// A frame of the agents given at `at`, in a plain situation.
+inline EvidenceFrame frameAt(Date at, std::vector<AgentEvidence> agents) {
+    EvidenceFrame frame;
+    frame.at = at;
+    frame.agents = std::move(agents);
+    return frame;
+}
+
+}  // namespace vigilmoth::testing
+
 namespace vigilmoth::verdicttest {
+
+using Source = StateReport::Source;
+using Kind = VerdictReason::Kind;
+using Confidence = AgentVerdict::Confidence;
+inline constexpr auto working = ReportedState::working;
+inline constexpr auto waiting = ReportedState::waitingForUser;
+inline constexpr auto idle = ReportedState::idle;
 
 inline constexpr double epoch = 1'700'000'000;
 
 inline Date at(double secondsAfterEpoch) {
     return Date(epoch + secondsAfterEpoch);
 }
+
+// The tick the single-tick tables read at.
+inline const Date now = at(1000);
 
 inline AgentEvidence agent(std::string id = "codex", std::int32_t pid = 100,
                            AgentDefinition::Level level = AgentDefinition::Level::activity) {
@@ -63,6 +98,18 @@ inline StateReport report(ReportedState state, StateReport::Source source, Date 
     return made;
 }
 
+inline AgentEvidence with(AgentEvidence evidence,
+                          const std::function<void(AgentEvidence&)>& change) {
+    change(evidence);
+    return evidence;
+}
+
+// The memory of a report seen at the tick it was observed.
+inline void rememberReport(AgentMemory& memory, StateReport seen) {
+    memory.lastReportSeenAt = seen.observedAt;
+    memory.lastReport = std::move(seen);
+}
+
 inline AgentEvidence withHook(AgentEvidence evidence, ReportedState state, Date stampedAt) {
     evidence.hookState = state;
     evidence.hookStateAt = stampedAt;
@@ -84,9 +131,7 @@ struct TickRun {
     HoldDecision decision;
 
     std::vector<AgentReading> tick(Date now, std::vector<AgentEvidence> agents) {
-        EvidenceFrame frame;
-        frame.at = now;
-        frame.agents = std::move(agents);
+        auto frame = testing::frameAt(now, std::move(agents));
         frame.context = situation.context;
         auto outcome = VerdictRules::readings(frame, memories, settings);
         memories = std::move(outcome.memories);
