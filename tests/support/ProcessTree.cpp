@@ -2,6 +2,7 @@
 
 #include <signal.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <functional>
@@ -55,9 +56,10 @@ ProcessTree::ProcessTree(const std::vector<PlannedProcess>& plan) {
     writeFile(planPath, nlohmann::json{{"nodes", nodes}, {"ready", folder_ / "ready"}}.dump());
     for (const auto& process : plan) {
         if (process.parent != -1) continue;
-        int pid = spawnProcess(executable(process.executable), process.arguments,
-                               {"VIGILMOTH_FAKE_PLAN=" + planPath,
-                                "VIGILMOTH_FAKE_NODE=" + std::to_string(process.id)});
+        int pid = spawnProcess(
+            executable(process.executable), process.arguments,
+            {"VIGILMOTH_FAKE_PLAN=" + planPath, "VIGILMOTH_FAKE_NODE=" + std::to_string(process.id),
+             "VIGILMOTH_FAKE_STARTER=" + std::to_string(::getpid())});
         if (pid < 0) {
             stop();
             throw std::runtime_error("could not start " + executable(process.executable));
