@@ -1,9 +1,9 @@
 // Stands in for an agent's process: started under any executable name and argument vector, it
 // starts the children its plan names, reports that it is ready, and sleeps until it is told to
 // stop. SIGUSR1 renames it (as node renames itself "MainThread"); SIGUSR2 overwrites its
-// argument vector in place.
+// argument vector in place. Once it has acted on one of these, it writes how many it has acted
+// on so far to <ready folder>/<id>.handled, so that a test never has to guess when it is done.
 #include <signal.h>
-#include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-extern char** environ;
+#include "support/Spawn.h"
 
 namespace {
 
@@ -31,29 +31,10 @@ void writeAtomically(const std::string& path, const std::string& text) {
 }
 
 pid_t spawnChild(const nlohmann::json& node, const std::string& plan) {
-    std::vector<std::string> argv = node.at("argv").get<std::vector<std::string>>();
-    std::vector<std::string> environment = {"VIGILMOTH_FAKE_PLAN=" + plan,
-                                            "VIGILMOTH_FAKE_NODE=" + node.at("id").dump()};
-    std::vector<char*> argvPointers, environmentPointers;
-    for (auto& word : argv)
-        argvPointers.push_back(word.data());
-    argvPointers.push_back(nullptr);
-    for (auto& entry : environment)
-        environmentPointers.push_back(entry.data());
-    environmentPointers.push_back(nullptr);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t empty;
-    sigemptyset(&empty);
-    posix_spawnattr_setsigmask(&attributes, &empty);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-    pid_t pid = -1;
-    std::string executable = node.at("exe").get<std::string>();
-    if (posix_spawn(&pid, executable.c_str(), nullptr, &attributes, argvPointers.data(),
-                    environmentPointers.data()) != 0)
-        pid = -1;
-    posix_spawnattr_destroy(&attributes);
-    return pid;
+    return vigilmoth::testing::spawnProcess(
+        node.at("exe").get<std::string>(), node.at("argv").get<std::vector<std::string>>(),
+        {"VIGILMOTH_FAKE_PLAN=" + plan, "VIGILMOTH_FAKE_NODE=" + node.at("id").dump(),
+         "VIGILMOTH_FAKE_STARTER=" + std::to_string(getpid())});
 }
 
 }  // namespace
@@ -67,8 +48,12 @@ int main(int argc, char** argv) {
     sigprocmask(SIG_BLOCK, &waited, nullptr);
     // The tree goes when its starter goes, even when nobody stops it.
     prctl(PR_SET_PDEATHSIG, SIGTERM);
+    // A starter that went before the line above sends nothing: this one has been handed on.
+    std::string starter = variable("VIGILMOTH_FAKE_STARTER");
+    if (!starter.empty() && starter != std::to_string(getppid())) return 0;
 
     std::vector<pid_t> children;
+    std::string handled;
     std::string plan = variable("VIGILMOTH_FAKE_PLAN");
     std::string self = variable("VIGILMOTH_FAKE_NODE");
     if (!plan.empty() && !self.empty()) {
@@ -78,8 +63,11 @@ int main(int argc, char** argv) {
             pid_t child = spawnChild(node, plan);
             if (child > 0) children.push_back(child);
         }
-        writeAtomically(tree.at("ready").get<std::string>() + "/" + self, std::to_string(getpid()));
+        std::string ready = tree.at("ready").get<std::string>() + "/" + self;
+        handled = ready + ".handled";
+        writeAtomically(ready, std::to_string(getpid()));
     }
+    int actedOn = 0;
     while (true) {
         int number = 0;
         if (sigwait(&waited, &number) != 0) continue;
@@ -91,6 +79,7 @@ int main(int argc, char** argv) {
         } else {
             break;
         }
+        if (!handled.empty()) writeAtomically(handled, std::to_string(++actedOn));
     }
     for (pid_t child : children)
         kill(child, SIGTERM);

@@ -1,40 +1,38 @@
 #include "support/ProcessTree.h"
 
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <stdexcept>
 #include <thread>
 
+#include "support/Spawn.h"
+
 namespace vigilmoth::testing {
 namespace {
 
-int spawnRoot(const std::string& executable, std::vector<std::string> arguments,
-              std::vector<std::string> environment) {
-    std::vector<char*> argv, envp;
-    for (auto& word : arguments)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-    for (auto& entry : environment)
-        envp.push_back(entry.data());
-    envp.push_back(nullptr);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t empty;
-    sigemptyset(&empty);
-    posix_spawnattr_setsigmask(&attributes, &empty);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-    pid_t pid = -1;
-    int failed =
-        posix_spawn(&pid, executable.c_str(), nullptr, &attributes, argv.data(), envp.data());
-    posix_spawnattr_destroy(&attributes);
-    if (failed != 0) throw std::runtime_error("could not start " + executable);
-    return pid;
+// How long a stand-in may take to show progress: generous, as the machine may be busy and the
+// stand-ins built with sanitizers.
+constexpr auto kPatience = std::chrono::seconds(30);
+
+// Waits until `file` exists and holds what `done` asks; throws when it shows no such progress.
+std::string awaitFile(const std::filesystem::path& file,
+                      const std::function<bool(const std::string&)>& done) {
+    auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (true) {
+        if (std::filesystem::exists(file)) {
+            std::string text = readFile(file);
+            if (done(text)) return text;
+        }
+        if (std::chrono::steady_clock::now() > deadline)
+            throw std::runtime_error("a planned process did not answer: " + file.string());
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
 }
 
 }  // namespace
@@ -58,9 +56,15 @@ ProcessTree::ProcessTree(const std::vector<PlannedProcess>& plan) {
     writeFile(planPath, nlohmann::json{{"nodes", nodes}, {"ready", folder_ / "ready"}}.dump());
     for (const auto& process : plan) {
         if (process.parent != -1) continue;
-        rootPids_.push_back(spawnRoot(executable(process.executable), process.arguments,
-                                      {"VIGILMOTH_FAKE_PLAN=" + planPath,
-                                       "VIGILMOTH_FAKE_NODE=" + std::to_string(process.id)}));
+        int pid = spawnProcess(
+            executable(process.executable), process.arguments,
+            {"VIGILMOTH_FAKE_PLAN=" + planPath, "VIGILMOTH_FAKE_NODE=" + std::to_string(process.id),
+             "VIGILMOTH_FAKE_STARTER=" + std::to_string(::getpid())});
+        if (pid < 0) {
+            stop();
+            throw std::runtime_error("could not start " + executable(process.executable));
+        }
+        rootPids_.push_back(pid);
     }
     try {
         awaitReady(plan);
@@ -70,17 +74,19 @@ ProcessTree::ProcessTree(const std::vector<PlannedProcess>& plan) {
     }
 }
 
+// Each process has the full patience, so that a large tree on a busy machine is not cut short.
 void ProcessTree::awaitReady(const std::vector<PlannedProcess>& plan) {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     for (const auto& process : plan) {
         auto ready = folder_.path() / "ready" / std::to_string(process.id);
-        while (!std::filesystem::exists(ready)) {
-            if (std::chrono::steady_clock::now() > deadline)
-                throw std::runtime_error("a planned process did not start");
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        pids_[process.id] = std::stoi(readFile(ready));
+        pids_[process.id] = std::stoi(awaitFile(ready, [](const std::string&) { return true; }));
     }
+}
+
+void ProcessTree::signal(int id, int number) {
+    int expected = ++signalsSent_[id];
+    ::kill(pid(id), number);
+    auto handled = folder_.path() / "ready" / (std::to_string(id) + ".handled");
+    awaitFile(handled, [&](const std::string& text) { return text == std::to_string(expected); });
 }
 
 ProcessTree::~ProcessTree() {

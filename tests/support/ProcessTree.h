@@ -26,6 +26,9 @@ public:
     ProcessTree& operator=(const ProcessTree&) = delete;
 
     int pid(int id) const { return pids_.at(id); }
+    // Sends SIGUSR1 (rename to "MainThread") or SIGUSR2 (overwrite the argument vector) to a
+    // planned process and returns once it has acted on it.
+    void signal(int id, int number);
     // The full path of a planned executable.
     std::string executable(const std::string& relative) const;
     const std::filesystem::path& folder() const { return folder_.path(); }
@@ -37,6 +40,7 @@ private:
     TemporaryFolder folder_;
     std::map<int, int> pids_;
     std::vector<int> rootPids_;
+    std::map<int, int> signalsSent_;
 };
 
 }  // namespace vigilmoth::testing
