@@ -13,13 +13,11 @@
 #include "app/Platform.h"
 #include "base/Log.h"
 #include "hooks/HookLocation.h"
-#include "lab/LabCommand.h"
-#include "lab/LabRecorder.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/SystemSingleCopy.h"
+#include "platform/posix/PosixLab.h"
 #include "platform/posix/SystemPathEnvironment.h"
-#include "platform/posix/SystemRecordingLock.h"
 
 namespace vigilmoth::Platform {
 namespace {
@@ -120,22 +118,7 @@ int runDisplayProbe(double) {
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
     SystemProcessCensus census;
-    auto paths = systemPathEnvironment();
-    SystemRecordingLock recordingLock;
-    LabContext context{
-        .out = std::cout,
-        .err = std::cerr,
-        .census = &census,
-        .home = paths.home,
-        .applicationSupport = WellKnownPaths::applicationSupport(paths),
-        .appPath = ownAppPath(),
-        .labDirectory = LabRecorder::labDirectory(paths),
-        .recordingLock = &recordingLock,
-    };
-    bool succeeded = LabCommand::run(arguments, context);
-    std::cout.flush();
-    std::cerr.flush();
-    return succeeded;
+    return PosixLab::run(arguments, census, ownAppPath());
 }
 
 }  // namespace vigilmoth::Platform

@@ -12,12 +12,9 @@
 
 #include "app/Platform.h"
 #include "hooks/HookLocation.h"
-#include "lab/LabCommand.h"
-#include "lab/LabRecorder.h"
 #include "platform/macos/SystemProcessCensus.h"
 #include "platform/macos/UnifiedLog.h"
-#include "platform/posix/SystemPathEnvironment.h"
-#include "platform/posix/SystemRecordingLock.h"
+#include "platform/posix/PosixLab.h"
 
 namespace vigilmoth::Platform {
 namespace {
@@ -91,23 +88,9 @@ int runDisplayProbe(double) {
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
     SystemProcessCensus census;
-    auto paths = systemPathEnvironment();
-    SystemRecordingLock recordingLock;
     NSString* executable = NSBundle.mainBundle.executablePath;
-    LabContext context{
-        .out = std::cout,
-        .err = std::cerr,
-        .census = &census,
-        .home = paths.home,
-        .applicationSupport = WellKnownPaths::applicationSupport(paths),
-        .appPath = executable != nil ? HookLocation::appPath(executable.UTF8String) : std::string(),
-        .labDirectory = LabRecorder::labDirectory(paths),
-        .recordingLock = &recordingLock,
-    };
-    bool succeeded = LabCommand::run(arguments, context);
-    std::cout.flush();
-    std::cerr.flush();
-    return succeeded;
+    return PosixLab::run(arguments, census,
+                         executable != nil ? HookLocation::appPath(executable.UTF8String) : "");
 }
 
 }  // namespace vigilmoth::Platform
