@@ -2,6 +2,8 @@
 
 #include <sstream>
 
+#include "decision/DetectionSettingsStore.h"
+
 namespace vigilmoth::LabAgents {
 
 std::string describe(const std::vector<AgentInstance>& instances) {
@@ -23,9 +25,13 @@ bool run(const std::vector<std::string>&, LabContext& context) {
         return false;
     }
     const auto& catalog = AgentCatalog::standard();
+    std::vector<std::string> userNames;
+    if (context.defaults) {
+        userNames = DetectionSettingsStore::load(*context.defaults, catalog).userAgentNames;
+    }
     std::unordered_map<int32_t, AgentMatch> matches;
     for (const auto& row : *rows) {
-        if (auto match = catalog.match(row)) matches.emplace(row.pid, std::move(*match));
+        if (auto match = catalog.match(row, userNames)) matches.emplace(row.pid, std::move(*match));
     }
     context.out << describe(AgentCatalog::instances(*rows, matches));
     return true;

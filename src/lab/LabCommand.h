@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Date.h"
+#include "base/KeyValueStore.h"
 #include "catalog/ProcessCensus.h"
 #include "lab/RecordingLocking.h"
 
@@ -28,6 +29,8 @@ struct LabContext {
     std::string labDirectory = {};
     const RecordingLocking* recordingLock = nullptr;
     std::function<Date()> now = Date::now;
+    // The user's settings, for the agents the user named; absent: none named.
+    KeyValueStore* defaults = nullptr;
 };
 
 // The command-line lab: every invocation with an argument beginning "--lab-".

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "decision/DetectionSettingsStore.h"
+#include "platform/linux/FileKeyValueStore.h"
 #include "platform/linux/SystemProcessCensus.h"
 #include "support/ProcessTree.h"
 
@@ -91,6 +93,29 @@ TEST(LabAgentsTest, TheRealExecutablePrintsOneLinePerAgent) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(linesAbout(result.out, tree), expectedLines(tree));
+}
+
+TEST(LabAgentsTest, FindsTheAgentsTheUserNamedInTheSettings) {
+    testing::TemporaryFolder config;
+    FileKeyValueStore store(config / "com.vigilmoth.app/defaults.json");
+    DetectionSettings settings;
+    settings.userAgentNames = {"MyBot"};
+    DetectionSettingsStore::save(settings, store);
+    ProcessTree tree({{1, -1, "bin/mybot", {"mybot", "--serve"}}});
+
+    testing::ProcessOptions options;
+    options.environment["XDG_CONFIG_HOME"] = config.path().string();
+    auto named = testing::runVigilmoth({"--lab-agents"}, options);
+    EXPECT_EQ(named.status, 0);
+    EXPECT_NE(named.out.find("MyBot [user:MyBot] session, pid " + std::to_string(tree.pid(1)) +
+                             ", 1 process\n"),
+              std::string::npos)
+        << named.out;
+
+    options.environment["XDG_CONFIG_HOME"] = (config / "nothing-here");
+    auto unnamed = testing::runVigilmoth({"--lab-agents"}, options);
+    EXPECT_EQ(unnamed.out.find("pid " + std::to_string(tree.pid(1)) + ","), std::string::npos)
+        << "without the setting the process is nobody's";
 }
 
 // A census that answers what the test says, for the dispatch's own answers.

@@ -13,6 +13,7 @@
 #include "app/Platform.h"
 #include "base/Log.h"
 #include "hooks/HookLocation.h"
+#include "platform/linux/FileKeyValueStore.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/SystemSingleCopy.h"
@@ -118,7 +119,8 @@ int runDisplayProbe(double) {
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
     SystemProcessCensus census;
-    return PosixLab::run(arguments, census, ownAppPath());
+    FileKeyValueStore defaults(FileKeyValueStore::defaultPath());
+    return PosixLab::run(arguments, census, defaults, ownAppPath());
 }
 
 }  // namespace vigilmoth::Platform

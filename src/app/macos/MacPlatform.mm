@@ -12,6 +12,7 @@
 
 #include "app/Platform.h"
 #include "hooks/HookLocation.h"
+#include "platform/macos/CFPreferencesKeyValueStore.h"
 #include "platform/macos/SystemProcessCensus.h"
 #include "platform/macos/UnifiedLog.h"
 #include "platform/posix/PosixLab.h"
@@ -88,8 +89,9 @@ int runDisplayProbe(double) {
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
     SystemProcessCensus census;
+    CFPreferencesKeyValueStore defaults;
     NSString* executable = NSBundle.mainBundle.executablePath;
-    return PosixLab::run(arguments, census,
+    return PosixLab::run(arguments, census, defaults,
                          executable != nil ? HookLocation::appPath(executable.UTF8String) : "");
 }
 

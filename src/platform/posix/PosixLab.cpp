@@ -10,7 +10,7 @@
 namespace vigilmoth::PosixLab {
 
 bool run(const std::vector<std::string>& arguments, ProcessCensusing& census,
-         const std::string& appPath) {
+         KeyValueStore& defaults, const std::string& appPath) {
     auto paths = systemPathEnvironment();
     SystemRecordingLock recordingLock;
     LabContext context{
@@ -22,6 +22,7 @@ bool run(const std::vector<std::string>& arguments, ProcessCensusing& census,
         .appPath = appPath,
         .labDirectory = LabRecorder::labDirectory(paths),
         .recordingLock = &recordingLock,
+        .defaults = &defaults,
     };
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();
