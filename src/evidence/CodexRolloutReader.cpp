@@ -1,0 +1,250 @@
+#include "evidence/CodexRolloutReader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "base/Calendar.h"
+#include "evidence/JSONFields.h"
+#include "evidence/ReportedTime.h"
+
+namespace vigilmoth {
+namespace {
+
+using nlohmann::json;
+using Marker = CodexTurnState::Marker;
+
+std::string folderName(int year, int month, int day) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%04d/%02d/%02d", year, month, day);
+    return text;
+}
+
+// The UTC calendar date of a day counted from 1970-01-01.
+std::string utcFolderName(std::int64_t days) {
+    days += 719468;
+    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+    const auto dayOfEra = static_cast<unsigned>(days - era * 146097);
+    const unsigned yearOfEra =
+        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const unsigned monthIndex = (5 * dayOfYear + 2) / 153;
+    const auto day = static_cast<int>(dayOfYear - (153 * monthIndex + 2) / 5 + 1);
+    const auto month = static_cast<int>(monthIndex < 10 ? monthIndex + 3 : monthIndex - 9);
+    const auto year =
+        static_cast<int>(static_cast<std::int64_t>(yearOfEra) + era * 400 + (month <= 2 ? 1 : 0));
+    return folderName(year, month, day);
+}
+
+bool isUUID(std::string_view text) {
+    if (text.size() != 36) return false;
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        char c = text[index];
+        bool dash = index == 8 || index == 13 || index == 18 || index == 23;
+        bool hex = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+        if (dash ? c != '-' : !hex) return false;
+    }
+    return true;
+}
+
+// Reads the top-level "type" and the "payload" object's "cwd" of a JSON object whose text may
+// be cut anywhere after them, without building the document.
+class SessionMetaReader : public json::json_sax_t {
+public:
+    bool null() override { return value(); }
+    bool boolean(bool) override { return value(); }
+    bool number_integer(number_integer_t) override { return value(); }
+    bool number_unsigned(number_unsigned_t) override { return value(); }
+    bool number_float(number_float_t, const string_t&) override { return value(); }
+    bool binary(binary_t&) override { return value(); }
+    bool string(string_t& text) override {
+        if (depth_ == 1 && key_ == "type") type = text;
+        if (depth_ == 2 && inPayload_ && key_ == "cwd") cwd = text;
+        return value();
+    }
+    bool start_object(std::size_t) override {
+        if (depth_ == 0) isObject = true;
+        inPayload_ = depth_ == 1 ? key_ == "payload" : inPayload_;
+        ++depth_;
+        key_.clear();
+        return true;
+    }
+    bool end_object() override { return end(); }
+    bool start_array(std::size_t) override {
+        ++depth_;
+        key_.clear();
+        return isObject;
+    }
+    bool end_array() override { return end(); }
+    bool key(string_t& text) override {
+        key_ = text;
+        return true;
+    }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;
+    }
+
+    // Nothing more to learn: the object is not session metadata, or its directory is known.
+    bool done() const { return (type && *type != "session_meta") || (type && cwd); }
+
+    bool isObject = false;
+    bool finished = false;
+    std::optional<std::string> type;
+    std::optional<std::string> cwd;
+
+private:
+    bool value() {
+        key_.clear();
+        return !done();
+    }
+    bool end() {
+        --depth_;
+        if (depth_ == 0) finished = true;
+        return value();
+    }
+
+    int depth_ = 0;
+    bool inPayload_ = false;
+    std::string key_;
+};
+
+std::optional<Date> markerTime(const json& object, const json& payload, Marker marker) {
+    const json* own =
+        JSONFields::member(payload, marker == Marker::started ? "started_at" : "completed_at");
+    if (own != nullptr) {
+        if (auto date = ReportedTime::date(*own)) return date;
+    }
+    const json* stamp = JSONFields::member(object, "timestamp");
+    return stamp == nullptr ? std::nullopt : ReportedTime::date(*stamp);
+}
+
+}  // namespace
+
+void CodexRolloutReader::BackwardScan::take(const Record& record) {
+    if (settled) return;
+    if (const auto* context = std::get_if<ContextRecord>(&record)) {
+        if (!turn.cwd) turn.cwd = context->cwd;
+        return;
+    }
+    const auto& marker = std::get<MarkerRecord>(record);
+    if (!turn.lastMarker) {
+        turn.lastMarker = marker.marker;
+        turn.turnID = marker.turnID;
+        turn.markerAt = marker.at;
+    }
+    if (marker.marker != Marker::started) {
+        if (marker.turnID) {
+            endedTurns.insert(*marker.turnID);
+        } else {
+            endedWithoutID = true;
+        }
+        return;
+    }
+    bool ended = endedWithoutID ||
+                 (marker.turnID ? endedTurns.contains(*marker.turnID) : !endedTurns.empty());
+    turn.turnInProgress = !ended;
+    settled = true;
+}
+
+std::vector<std::string> CodexRolloutReader::dayFolders(int days, Date now) {
+    Calendar calendar;
+    std::vector<std::string> folders;
+    auto add = [&folders](std::string folder) {
+        if (std::find(folders.begin(), folders.end(), folder) == folders.end())
+            folders.push_back(std::move(folder));
+    };
+    for (int day = 0; day < days; ++day) {
+        auto local = calendar.day(now - 86400.0 * day);
+        add(folderName(local[0], local[1], local[2]));
+    }
+    double seconds = std::isfinite(now.secondsSince1970()) ? now.secondsSince1970() : 0;
+    auto today = static_cast<std::int64_t>(std::floor(seconds / 86400));
+    for (int day = 0; day < days; ++day)
+        add(utcFolderName(today - day));
+    return folders;
+}
+
+std::optional<std::string> CodexRolloutReader::sessionID(std::string_view fileName) {
+    constexpr std::string_view prefix = "rollout-", suffix = ".jsonl";
+    if (!fileName.starts_with(prefix) || !fileName.ends_with(suffix)) return std::nullopt;
+    fileName.remove_suffix(suffix.size());
+    if (fileName.size() < prefix.size() + 36) return std::nullopt;
+    auto tail = fileName.substr(fileName.size() - 36);
+    return isUUID(tail) ? std::optional<std::string>(tail) : std::nullopt;
+}
+
+std::vector<CodexRolloutFile> CodexRolloutReader::filesOfLastDays(int days, Date now) {
+    std::vector<CodexRolloutFile> files;
+    for (const auto& day : dayFolders(days, now)) {
+        std::string folder = sessionsDirectory_ + "/" + day;
+        auto entries = files_.list(folder);
+        if (!entries) continue;
+        for (const auto& entry : *entries) {
+            if (entry.isFolder || !entry.name.starts_with("rollout-") ||
+                !entry.name.ends_with(".jsonl"))
+                continue;
+            std::string path = folder + "/" + entry.name;
+            if (auto signature = files_.signature(path)) {
+                files.push_back(
+                    {path, sessionID(entry.name), signature->modifiedAt, signature->size});
+            }
+        }
+    }
+    std::stable_sort(files.begin(), files.end(),
+                     [](const auto& a, const auto& b) { return a.lastWrite > b.lastWrite; });
+    return files;
+}
+
+std::optional<CodexRolloutReader::Record> CodexRolloutReader::record(std::string_view line) {
+    bool event = line.find("event_msg") != std::string_view::npos;
+    if (!event && line.find("turn_context") == std::string_view::npos) return std::nullopt;
+    json object = JSONFields::parsed(line);
+    auto type = JSONFields::string(object, "type");
+    const json* payload = JSONFields::member(object, "payload");
+    if (!type || payload == nullptr || !payload->is_object()) return std::nullopt;
+    if (*type == "turn_context") return ContextRecord{JSONFields::string(*payload, "cwd")};
+    if (*type != "event_msg") return std::nullopt;
+    auto kind = JSONFields::string(*payload, "type");
+    Marker marker;
+    if (kind == "task_started") {
+        marker = Marker::started;
+    } else if (kind == "task_complete") {
+        marker = Marker::completed;
+    } else if (kind == "turn_aborted") {
+        marker = Marker::aborted;
+    } else {
+        return std::nullopt;
+    }
+    return MarkerRecord{marker, JSONFields::string(*payload, "turn_id"),
+                        markerTime(object, *payload, marker)};
+}
+
+std::optional<std::string> CodexRolloutReader::sessionCwd(std::string_view head) {
+    SessionMetaReader reader;
+    json::sax_parse(head.substr(0, head.find('\n')), &reader, json::input_format_t::json, false);
+    if (!reader.isObject || reader.type != "session_meta") return std::nullopt;
+    return reader.cwd;
+}
+
+std::optional<std::string> CodexRolloutReader::sessionCwd(const std::string& path) {
+    // The metadata line carries the model's instructions and runs to tens of kilobytes, but
+    // the directory comes near its start: read only as much as it takes.
+    std::string head;
+    for (std::uint64_t window : {4096ull, 65536ull, 1048576ull}) {
+        auto more = files_.read(path, head.size(), window - head.size());
+        if (!more) return std::nullopt;
+        head += *more;
+        SessionMetaReader reader;
+        std::string_view line(head);
+        bool whole = line.find('\n') != std::string_view::npos || head.size() < window;
+        json::sax_parse(line.substr(0, line.find('\n')), &reader, json::input_format_t::json,
+                        false);
+        if (!reader.isObject) return std::nullopt;
+        if (reader.done() || whole || reader.finished) {
+            return reader.type == "session_meta" ? reader.cwd : std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace vigilmoth

@@ -1,0 +1,224 @@
+// Show that real Codex rollouts, cut where turns were going on or over, read as a person would
+// say, whether first seen at the cut or followed while they were written; that the search
+// keeps to its budget; and that the listing finds Codex's day folders.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <random>
+
+#include "evidence/CodexRolloutReader.h"
+#include "evidence/CodexRolloutTracker.h"
+#include "evidence/ReportedTime.h"
+#include "support/EvidenceFiles.h"
+#include "support/ScopedTimeZone.h"
+#include "support/TestSupport.h"
+
+namespace vigilmoth {
+namespace {
+
+using testing::described;
+
+const char* kInTurn = "working: in a turn";
+
+struct Rollout {
+    const char* file;  // under codex-rollouts/sessions
+    const char* cwd;
+    // Lines kept, and the reading after them.
+    std::vector<std::pair<std::size_t, const char*>> cuts;
+};
+
+const std::vector<Rollout> kRollouts{
+    {"2026/02/23/rollout-2026-02-23T12-40-23-019c8a4c-ed82-79a1-aa28-7738fc5ab61a.jsonl",
+     "/redacted/path/fa3f7eaace",
+     {{7, "idle"},
+      {8, kInTurn},
+      {100, kInTurn},
+      {186, "idle"},
+      {187, kInTurn},
+      {525, "idle"},
+      {600, kInTurn},
+      {702, "idle"}}},
+    {"2026/02/23/rollout-2026-02-23T12-41-04-019c8a4d-8f45-7010-8b5d-7fad920aa6f9.jsonl",
+     "/redacted/path/da0ba47443",
+     {{8, kInTurn}, {416, kInTurn}, {417, "idle"}}},
+    // Its last turn is started again without an end; the newest start decides.
+    {"2026/02/23/rollout-2026-02-23T12-47-42-019c8a53-a0dd-7130-bcd7-95445d84846a.jsonl",
+     "/redacted/path/59b923df4d",
+     {{267, "idle"}, {500, kInTurn}, {760, kInTurn}, {834, kInTurn}, {837, kInTurn}}},
+    // A session of two days; at line 1000 its turn began 550 lines (260 KB) before.
+    {"2026/02/23/rollout-2026-02-23T12-54-34-019c8a59-e9dd-71f0-9ae3-4079fe9726a9.jsonl",
+     "/redacted/path/59b923df4d",
+     {{130, "idle"}, {1000, kInTurn}, {2722, "idle"}}},
+    {"2026/02/23/rollout-2026-02-23T13-19-38-019c8a70-dda7-7f33-98ea-f30553347322.jsonl",
+     "/redacted/path/da0ba47443",
+     {{7, "idle"}, {19, kInTurn}}},
+    {"2026/02/23/rollout-2026-02-23T20-34-25-019c8bfe-ec25-79e0-97d7-bda6a9c575ff.jsonl",
+     "/redacted/path/ea96e59ed9",
+     {{62, kInTurn}, {63, "idle"}}},
+    {"2026/05/11/rollout-2026-05-11T11-26-55-019e1625-789d-76c0-80ab-3724b5ddb799.jsonl",
+     "/Users/Sample_User/repos/codemie-ai/codemie-code",
+     {{1, "idle"}, {2, kInTurn}, {19, "idle"}, {200, kInTurn}, {386, "idle"}}},
+    // No turn markers at all: nothing says a turn is going on.
+    {"2026/05/11/rollout-2026-05-11T13-28-45-019e1695-0522-7c83-8b39-0dd379793f80.jsonl",
+     "/Users/Sample_User/naya",
+     {{50, "idle"}, {99, "idle"}}},
+};
+
+std::string fixtureText(const Rollout& rollout) {
+    return testing::readFile(
+        testing::fixture(std::string("codex-rollouts/sessions/") + rollout.file));
+}
+
+std::string reading(CodexRolloutTracker& tracker, const std::string& path) {
+    auto result = tracker.read(path);
+    tracker.endSample();
+    return described(result ? CodexRolloutTracker::report(*result, Date(0)) : std::nullopt);
+}
+
+TEST(CodexRolloutTest, RealRolloutsReadAsAPersonWouldAtFirstSightAndWhileWritten) {
+    testing::TemporaryFolder folder;
+    std::mt19937 random(5);
+    for (const auto& rollout : kRollouts) {
+        std::string text = fixtureText(rollout);
+        testing::CountingFileAccess files;
+        CodexRolloutReader reader(files, "");
+        EXPECT_EQ(reader.sessionCwd(
+                      testing::fixture(std::string("codex-rollouts/sessions/") + rollout.file)),
+                  rollout.cwd);
+        EXPECT_LE(files.bytesRead, 4096u) << "the directory comes early in the first line";
+        std::string fresh = folder / "fresh.jsonl", followed = folder / "followed.jsonl";
+        std::filesystem::remove(followed);
+        CodexRolloutTracker tracker(files);
+        std::size_t written = 0;
+        for (const auto& [lines, expected] : rollout.cuts) {
+            SCOPED_TRACE(std::string(rollout.file) + " after line " + std::to_string(lines));
+            std::string cut = testing::firstLines(text, lines);
+            testing::writeFile(fresh, cut);
+            CodexRolloutTracker first(files);
+            EXPECT_EQ(reading(first, fresh), expected);
+            // The writer appends in pieces that cut lines anywhere; each piece is one tick.
+            while (written < cut.size()) {
+                std::size_t piece =
+                    std::min<std::size_t>(cut.size() - written, 1 + random() % 40000);
+                std::ofstream(followed, std::ios::app) << cut.substr(written, piece);
+                written += piece;
+                tracker.read(followed);
+                tracker.endSample();
+            }
+            EXPECT_EQ(reading(tracker, followed), expected);
+        }
+    }
+    auto started = CodexRolloutTracker::report(
+        {{CodexTurnState::Marker::started, true, Date(1778488037)}, true, {}}, Date(0));
+    EXPECT_EQ(started->since, Date(1778488037));
+}
+
+TEST(CodexRolloutTest, FirstSightOfALongRolloutKeepsToTheBudgetAndResolvesOverTicks) {
+    testing::TemporaryFolder folder;
+    std::string path = folder / "rollout.jsonl";
+    testing::writeFile(path, testing::firstLines(fixtureText(kRollouts[3]), 1000));
+    testing::CountingFileAccess files;
+    const std::uint64_t budget = 100000;
+    CodexRolloutTracker tracker(files, budget);
+    int ticks = 0;
+    std::optional<CodexRolloutTracker::Reading> result;
+    do {
+        files.bytesRead = 0;
+        result = tracker.read(path);
+        tracker.endSample();
+        EXPECT_LE(files.bytesRead, budget + CodexRolloutTracker::kAnchorLength);
+        ++ticks;
+    } while (result && !result->resolved && ticks < 20);
+    EXPECT_EQ(ticks, 3);
+    EXPECT_EQ(described(CodexRolloutTracker::report(*result, Date(0))), kInTurn);
+    files.bytesRead = 0;
+    tracker.read(path);
+    EXPECT_EQ(files.bytesRead, 0u) << "an unchanged rollout is not read again";
+}
+
+std::string marker(const char* type, const char* turn) {
+    std::string id = turn ? std::string(R"(,"turn_id":")") + turn + "\"" : "";
+    return std::string(
+               R"({"timestamp":"2026-01-01T00:00:00Z","type":"event_msg","payload":{"type":")") +
+           type + "\"" + id + "}}\n";
+}
+
+TEST(CodexRolloutTest, EndsOfOtherTurnsAndRewrittenFiles) {
+    struct Case {
+        const char* name;
+        std::string before, appended;
+        const char* reading;
+    };
+    const std::string startA = marker("task_started", "A");
+    const std::vector<Case> cases{
+        {"an end of another turn", startA, marker("turn_aborted", "B"), kInTurn},
+        {"an end without a turn", startA, marker("turn_aborted", nullptr), "idle"},
+        {"seen backwards: t2 started after t1 completed",
+         marker("task_complete", "t1") + marker("task_started", "t2"), "", kInTurn},
+        {"seen backwards: t2 started and completed",
+         marker("task_started", "t2") + marker("task_complete", "t2"), "", "idle"},
+        {"a line longer than the carry allows, then a start", marker("task_complete", "A"),
+         std::string(CodexRolloutTracker::kLongestCarry + 10, 'x') + "\n" + startA, kInTurn},
+    };
+    testing::TemporaryFolder folder;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::string path = folder / "r.jsonl";
+        testing::writeFile(path, c.before);
+        testing::CountingFileAccess files;
+        CodexRolloutTracker tracker(files);
+        tracker.read(path);
+        std::ofstream(path, std::ios::app) << c.appended;
+        EXPECT_EQ(reading(tracker, path), c.reading);
+    }
+    // 9 MiB at once are not read forward: the file is searched again from its end.
+    std::string path = folder / "r.jsonl";
+    testing::CountingFileAccess files;
+    CodexRolloutTracker tracker(files);
+    testing::writeFile(path, startA);
+    EXPECT_EQ(reading(tracker, path), kInTurn);
+    std::string lines;
+    while (lines.size() < 9 * 1024 * 1024)
+        lines += marker("token_count", nullptr);
+    std::ofstream(path, std::ios::app) << lines << marker("task_started", "B");
+    files.bytesRead = 0;
+    EXPECT_EQ(reading(tracker, path), kInTurn);
+    EXPECT_LT(files.bytesRead, CodexRolloutTracker::kFirstWindow + 100);
+    // Rewritten under the same path: a new inode, searched again from its end.
+    testing::writeFile(folder / "new", marker("task_complete", "A") + std::string(200, ' ') + "\n");
+    std::filesystem::rename(folder / "new", path);
+    EXPECT_EQ(reading(tracker, path), "idle");
+}
+
+TEST(CodexRolloutTest, TheListingTakesLocalAndUtcDatesOnce) {
+    struct Case {
+        const char* zone;
+        const char* now;
+        std::vector<std::string> folders;
+    };
+    const std::vector<Case> cases{
+        {"UTC", "2026-02-24T00:30:00Z", {"2026/02/24", "2026/02/23"}},
+        {"CET-1", "2026-02-23T23:30:00Z", {"2026/02/24", "2026/02/23", "2026/02/22"}},
+        {"<-10>10", "2026-05-11T05:00:00Z", {"2026/05/10", "2026/05/09", "2026/05/11"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.zone);
+        testing::ScopedTimeZone zone(c.zone);
+        Date now = *ReportedTime::iso8601(c.now);
+        EXPECT_EQ(CodexRolloutReader::dayFolders(2, now), c.folders);
+    }
+    testing::ScopedTimeZone zone("CET-1");
+    testing::CountingFileAccess files;
+    CodexRolloutReader reader(files, testing::fixture("codex-rollouts/sessions").string());
+    auto listed = reader.filesOfLastDays(2, *ReportedTime::iso8601("2026-02-23T23:30:00Z"));
+    ASSERT_EQ(listed.size(), 6u);
+    EXPECT_EQ(listed.back().sessionID.value_or("").size(), 36u);
+    EXPECT_EQ(
+        CodexRolloutReader::sessionID("rollout-2026-x-019c8a4c-ed82-79a1-aa28-7738fc5ab61a.jsonl"),
+        "019c8a4c-ed82-79a1-aa28-7738fc5ab61a");
+    EXPECT_FALSE(
+        CodexRolloutReader::sessionID("rollout-2026-x-019c8a4c-ed82-79a1-aa28-7738fc5ab61z.jsonl"));
+}
+
+}  // namespace
+}  // namespace vigilmoth
