@@ -226,13 +226,15 @@ std::optional<std::string> CodexRolloutReader::sessionCwd(std::string_view head)
     return reader.cwd;
 }
 
-std::optional<std::string> CodexRolloutReader::sessionCwd(const std::string& path) {
+std::optional<std::string> CodexRolloutReader::sessionCwd(const std::string& path,
+                                                          std::uint64_t* bytesRead) {
     // The metadata line carries the model's instructions and runs to tens of kilobytes, but
     // the directory comes near its start: read only as much as it takes.
     std::string head;
     for (std::uint64_t window : {4096ull, 65536ull, 1048576ull}) {
         auto more = files_.read(path, head.size(), window - head.size());
         if (!more) return std::nullopt;
+        if (bytesRead != nullptr) *bytesRead += more->size();
         head += *more;
         SessionMetaReader reader;
         std::string_view line(head);

@@ -84,8 +84,10 @@ public:
     // One line of a rollout; nothing for the many lines that are neither a turn marker nor a
     // turn context. Lines that do not name either are never parsed as JSON.
     static std::optional<Record> record(std::string_view line);
-    // The working directory in a rollout's first line, its session metadata.
-    std::optional<std::string> sessionCwd(const std::string& path);
+    // The working directory in a rollout's first line, its session metadata; the bytes read
+    // are added to `bytesRead`, so that they can be charged to the tick's budget.
+    std::optional<std::string> sessionCwd(const std::string& path,
+                                          std::uint64_t* bytesRead = nullptr);
     // The same over the start of a file's text, which may end anywhere.
     static std::optional<std::string> sessionCwd(std::string_view head);
 

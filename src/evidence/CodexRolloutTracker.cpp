@@ -129,11 +129,14 @@ void CodexRolloutTracker::search(Entry& entry, const std::string& path) {
         if (auto record = CodexRolloutReader::record(line)) entry.scan.take(*record);
         return entry.scan.settled;
     };
-    while (!entry.resolved && budgetLeft_ > 0 && !entry.search.atStart()) {
+    while (!entry.resolved && !entry.search.atStart()) {
+        // The first window leaves room in the budget for the anchor read after it.
+        std::uint64_t reserve = entry.started ? 0 : kAnchorLength;
+        if (budgetLeft_ <= reserve) return;
         std::uint64_t window = entry.started ? kLaterWindow : kFirstWindow;
         std::uint64_t before = entry.search.bytesRead();
-        entry.search.read(files_, path, std::min(window, budgetLeft_), visit);
-        budgetLeft_ -= std::min(budgetLeft_, entry.search.bytesRead() - before);
+        entry.search.read(files_, path, std::min(window, budgetLeft_ - reserve), visit);
+        charge(entry.search.bytesRead() - before);
         if (!entry.started) takeFirstWindow(entry, path);
         if (entry.search.failed()) return;
         if (entry.scan.settled || entry.search.atStart()) settle(entry);
@@ -155,6 +158,7 @@ void CodexRolloutTracker::takeFirstWindow(Entry& entry, const std::string& path)
     entry.offset = entry.search.completeEnd();
     std::uint64_t anchorStart = entry.offset - std::min<std::uint64_t>(entry.offset, kAnchorLength);
     entry.anchor = files_.read(path, anchorStart, entry.offset - anchorStart).value_or("");
+    charge(entry.anchor.size());
 }
 
 }  // namespace vigilmoth

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -63,6 +64,9 @@ public:
     void endSample();
 
     std::uint64_t budgetLeft() const { return budgetLeft_; }
+    // Counts bytes read elsewhere for the rollouts (their working directories) against the
+    // tick's budget, so that the whole of a tick's reading keeps to it.
+    void charge(std::uint64_t bytes) { budgetLeft_ -= std::min(budgetLeft_, bytes); }
     const Entry* entry(const std::string& path) const;
 
     // What a reading says: working "in a turn" since the start, idle once resolved, nothing
