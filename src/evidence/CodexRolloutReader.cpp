@@ -6,6 +6,7 @@
 
 #include "base/Calendar.h"
 #include "evidence/JSONFields.h"
+#include "evidence/JSONMemberScan.h"
 #include "evidence/ReportedTime.h"
 
 namespace vigilmoth {
@@ -15,7 +16,7 @@ using nlohmann::json;
 using Marker = CodexTurnState::Marker;
 
 std::string folderName(int year, int month, int day) {
-    char text[16];
+    char text[40];
     std::snprintf(text, sizeof text, "%04d/%02d/%02d", year, month, day);
     return text;
 }
@@ -47,65 +48,22 @@ bool isUUID(std::string_view text) {
     return true;
 }
 
-// Reads the top-level "type" and the "payload" object's "cwd" of a JSON object whose text may
-// be cut anywhere after them, without building the document.
-class SessionMetaReader : public json::json_sax_t {
+// The top-level "type" and the "payload" object's "cwd" of a session's metadata line, which
+// may be cut anywhere after them.
+class SessionMetaReader : public JSONMemberScan {
 public:
-    bool null() override { return value(); }
-    bool boolean(bool) override { return value(); }
-    bool number_integer(number_integer_t) override { return value(); }
-    bool number_unsigned(number_unsigned_t) override { return value(); }
-    bool number_float(number_float_t, const string_t&) override { return value(); }
-    bool binary(binary_t&) override { return value(); }
-    bool string(string_t& text) override {
-        if (depth_ == 1 && key_ == "type") type = text;
-        if (depth_ == 2 && inPayload_ && key_ == "cwd") cwd = text;
-        return value();
-    }
-    bool start_object(std::size_t) override {
-        if (depth_ == 0) isObject = true;
-        inPayload_ = depth_ == 1 ? key_ == "payload" : inPayload_;
-        ++depth_;
-        key_.clear();
-        return true;
-    }
-    bool end_object() override { return end(); }
-    bool start_array(std::size_t) override {
-        ++depth_;
-        key_.clear();
-        return isObject;
-    }
-    bool end_array() override { return end(); }
-    bool key(string_t& text) override {
-        key_ = text;
-        return true;
-    }
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
-        return false;
-    }
-
     // Nothing more to learn: the object is not session metadata, or its directory is known.
-    bool done() const { return (type && *type != "session_meta") || (type && cwd); }
+    bool done() const { return type && (*type != "session_meta" || cwd); }
 
-    bool isObject = false;
-    bool finished = false;
     std::optional<std::string> type;
     std::optional<std::string> cwd;
 
 private:
-    bool value() {
-        key_.clear();
+    bool text(const std::string& value) override {
+        if (depth() == 1 && keyAt(1) == "type") type = value;
+        if (depth() == 2 && keyAt(1) == "payload" && keyAt(2) == "cwd") cwd = value;
         return !done();
     }
-    bool end() {
-        --depth_;
-        if (depth_ == 0) finished = true;
-        return value();
-    }
-
-    int depth_ = 0;
-    bool inPayload_ = false;
-    std::string key_;
 };
 
 std::optional<Date> markerTime(const json& object, const json& payload, Marker marker) {
@@ -221,8 +179,8 @@ std::optional<CodexRolloutReader::Record> CodexRolloutReader::record(std::string
 
 std::optional<std::string> CodexRolloutReader::sessionCwd(std::string_view head) {
     SessionMetaReader reader;
-    json::sax_parse(head.substr(0, head.find('\n')), &reader, json::input_format_t::json, false);
-    if (!reader.isObject || reader.type != "session_meta") return std::nullopt;
+    reader.scan(head.substr(0, head.find('\n')));
+    if (!reader.isObject() || reader.type != "session_meta") return std::nullopt;
     return reader.cwd;
 }
 
@@ -239,10 +197,9 @@ std::optional<std::string> CodexRolloutReader::sessionCwd(const std::string& pat
         SessionMetaReader reader;
         std::string_view line(head);
         bool whole = line.find('\n') != std::string_view::npos || head.size() < window;
-        json::sax_parse(line.substr(0, line.find('\n')), &reader, json::input_format_t::json,
-                        false);
-        if (!reader.isObject) return std::nullopt;
-        if (reader.done() || whole || reader.finished) {
+        reader.scan(line.substr(0, line.find('\n')));
+        if (!reader.isObject()) return std::nullopt;
+        if (reader.done() || whole || reader.finished()) {
             return reader.type == "session_meta" ? reader.cwd : std::nullopt;
         }
     }

@@ -24,11 +24,10 @@ std::optional<CodexRolloutTracker::Reading> CodexRolloutTracker::read(const std:
         entries_.erase(path);
         return std::nullopt;
     }
-    used_.insert(path);
-    auto found = entries_.find(path);
-    bool fresh = found == entries_.end() || !found->second.started;
-    if (!fresh && found->second.signature != *signature) {
-        Entry& entry = found->second;
+    Entry* found = entries_.find(path);
+    bool fresh = found == nullptr || !found->started;
+    if (!fresh && found->signature != *signature) {
+        Entry& entry = *found;
         bool grew = signature->inode == entry.signature.inode && signature->size >= entry.offset &&
                     signature->size - entry.offset <= kLargestGrowth;
         fresh = !grew || !appended(entry, path, *signature);
@@ -37,22 +36,20 @@ std::optional<CodexRolloutTracker::Reading> CodexRolloutTracker::read(const std:
         Entry entry;
         entry.signature = *signature;
         entry.search = BackwardLines(signature->size, false);
-        found = entries_.insert_or_assign(path, std::move(entry)).first;
+        found = &entries_.assign(path, std::move(entry));
     }
-    search(found->second, path);
-    const Entry& entry = found->second;
+    search(*found, path);
+    const Entry& entry = *found;
     return Reading{entry.turn, entry.resolved, entry.signature};
 }
 
 void CodexRolloutTracker::endSample() {
-    std::erase_if(entries_, [this](const auto& entry) { return !used_.contains(entry.first); });
-    used_.clear();
+    entries_.endSample();
     budgetLeft_ = searchBudget_;
 }
 
 const CodexRolloutTracker::Entry* CodexRolloutTracker::entry(const std::string& path) const {
-    auto found = entries_.find(path);
-    return found == entries_.end() ? nullptr : &found->second;
+    return entries_.peek(path);
 }
 
 std::optional<StateReport> CodexRolloutTracker::report(const Reading& reading, Date now) {

@@ -4,12 +4,11 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
 
 #include "evidence/BackwardLines.h"
 #include "evidence/CodexRolloutReader.h"
 #include "evidence/FileAccessing.h"
+#include "evidence/FileCache.h"
 #include "evidence/StateReport.h"
 
 namespace vigilmoth {
@@ -83,8 +82,7 @@ private:
     FileAccessing& files_;
     std::uint64_t searchBudget_;
     std::uint64_t budgetLeft_;
-    std::unordered_map<std::string, Entry> entries_;
-    std::unordered_set<std::string> used_;
+    TickEntries<Entry> entries_;
 };
 
 }  // namespace vigilmoth

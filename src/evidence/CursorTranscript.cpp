@@ -112,26 +112,23 @@ std::optional<CursorTranscriptTracker::Reading> CursorTranscriptTracker::read(
         entries_.erase(path);
         return std::nullopt;
     }
-    used_.insert(path);
-    auto found = entries_.find(path);
-    if (found != entries_.end() && found->second.signature == *signature) return found->second;
+    const Reading* found = entries_.find(path);
+    if (found != nullptr && found->signature == *signature) return *found;
     Reading reading{CursorTranscriptReader::parseTail(files_, path, signature->size), std::nullopt,
                     *signature};
     if (reading.turn.inTurn()) {
-        bool continued =
-            found != entries_.end() && found->second.turn.inTurn() && found->second.turnSince;
+        bool continued = found != nullptr && found->turn.inTurn() && found->turnSince;
         if (continued) {
-            reading.turnSince = found->second.turnSince;
+            reading.turnSince = found->turnSince;
         } else if (reading.turn.last->kind == Line::Kind::user) {
             reading.turnSince = signature->modifiedAt;
         }
     }
-    return entries_.insert_or_assign(path, reading).first->second;
+    return entries_.assign(path, reading);
 }
 
 void CursorTranscriptTracker::endSample() {
-    std::erase_if(entries_, [this](const auto& entry) { return !used_.contains(entry.first); });
-    used_.clear();
+    entries_.endSample();
 }
 
 CursorSummary CursorSummary::make(

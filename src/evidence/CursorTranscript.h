@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "base/Date.h"
 #include "evidence/FileAccessing.h"
+#include "evidence/FileCache.h"
 #include "evidence/StateReport.h"
 
 namespace vigilmoth {
@@ -90,8 +90,7 @@ public:
 
 private:
     FileAccessing& files_;
-    std::unordered_map<std::string, Reading> entries_;
-    std::unordered_set<std::string> used_;
+    TickEntries<Reading> entries_;
 };
 
 // The recent transcripts of one Cursor instance, summed up.

@@ -3,64 +3,24 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include <nlohmann/json.hpp>
-
 #include "evidence/EvidenceSample.h"
+#include "evidence/JSONMemberScan.h"
 
 namespace vigilmoth {
 namespace RemoteAccessDetector {
 namespace {
 
-using nlohmann::json;
-
-// Notes the two booleans among an object's top-level members.
-class TopLevelFlags : public json::json_sax_t {
+// The two booleans among an object's top-level members.
+class TopLevelFlags : public JSONMemberScan {
 public:
-    bool null() override { return value(); }
-    bool boolean(bool flag) override {
-        if (depth_ == 1 && key_ == "remoteControlAtStartup") settings.atStartup = flag;
-        if (depth_ == 1 && key_ == "disableRemoteControl") settings.disabled = flag;
-        return value();
-    }
-    bool number_integer(number_integer_t) override { return value(); }
-    bool number_unsigned(number_unsigned_t) override { return value(); }
-    bool number_float(number_float_t, const string_t&) override { return value(); }
-    bool string(string_t&) override { return value(); }
-    bool binary(binary_t&) override { return value(); }
-    bool start_object(std::size_t) override {
-        if (depth_ == 0) isObject = true;
-        ++depth_;
-        return true;
-    }
-    bool end_object() override { return end(); }
-    bool start_array(std::size_t) override {
-        ++depth_;
-        return true;
-    }
-    bool end_array() override { return end(); }
-    bool key(string_t& text) override {
-        if (depth_ == 1) key_ = text;
-        return true;
-    }
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
-        return false;
-    }
-
-    bool isObject = false;
     ClaudeSettings settings;
 
 private:
-    bool value() {
-        if (depth_ == 1) key_.clear();
+    bool flag(bool value) override {
+        if (depth() == 1 && keyAt(1) == "remoteControlAtStartup") settings.atStartup = value;
+        if (depth() == 1 && keyAt(1) == "disableRemoteControl") settings.disabled = value;
         return true;
     }
-    bool end() {
-        --depth_;
-        return value();
-    }
-
-    int depth_ = 0;
-    std::string key_;
 };
 
 bool isOneShot(const std::vector<std::string>& arguments) {
@@ -88,7 +48,7 @@ bool isSshd(std::string_view name) {
 
 std::optional<ClaudeSettings> ClaudeSettings::fromJSON(std::string_view bytes) {
     TopLevelFlags flags;
-    if (!json::sax_parse(bytes, &flags) || !flags.isObject) return std::nullopt;
+    if (!flags.scan(bytes) || !flags.isObject()) return std::nullopt;
     return flags.settings;
 }
 
