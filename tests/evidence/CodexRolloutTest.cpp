@@ -108,9 +108,6 @@ TEST(CodexRolloutTest, RealRolloutsReadAsAPersonWouldAtFirstSightAndWhileWritten
             EXPECT_EQ(reading(tracker, followed), expected);
         }
     }
-    auto started = CodexRolloutTracker::report(
-        {{CodexTurnState::Marker::started, true, Date(1778488037)}, true, {}}, Date(0));
-    EXPECT_EQ(started->since, Date(1778488037));
 }
 
 TEST(CodexRolloutTest, FirstSightOfALongRolloutKeepsToTheBudgetAndResolvesOverTicks) {
@@ -146,10 +143,16 @@ std::string marker(const char* type, const char* turn) {
 TEST(CodexRolloutTest, EndsOfOtherTurnsAndRewrittenFiles) {
     struct Case {
         const char* name;
-        std::string before, appended;
+        std::string before, after;
         const char* reading;
+        // `after` is a new file renamed over the old one, rather than appended.
+        bool replaces = false;
+        std::uint64_t mostBytes = 16 << 20;
     };
     const std::string startA = marker("task_started", "A");
+    std::string nineMiB;
+    while (nineMiB.size() < 9 * 1024 * 1024)
+        nineMiB += marker("token_count", nullptr);
     const std::vector<Case> cases{
         {"an end of another turn", startA, marker("turn_aborted", "B"), kInTurn},
         {"an end without a turn", startA, marker("turn_aborted", nullptr), "idle"},
@@ -159,6 +162,11 @@ TEST(CodexRolloutTest, EndsOfOtherTurnsAndRewrittenFiles) {
          marker("task_started", "t2") + marker("task_complete", "t2"), "", "idle"},
         {"a line longer than the carry allows, then a start", marker("task_complete", "A"),
          std::string(CodexRolloutTracker::kLongestCarry + 10, 'x') + "\n" + startA, kInTurn},
+        // Not read forward: the file is searched again from its end.
+        {"9 MiB at once", startA, nineMiB + marker("task_started", "B"), kInTurn, false,
+         CodexRolloutTracker::kFirstWindow + 100},
+        {"rewritten under the same path", startA, marker("task_complete", "A") + "\n", "idle",
+         true},
     };
     testing::TemporaryFolder folder;
     for (const auto& c : cases) {
@@ -168,26 +176,16 @@ TEST(CodexRolloutTest, EndsOfOtherTurnsAndRewrittenFiles) {
         testing::CountingFileAccess files;
         CodexRolloutTracker tracker(files);
         tracker.read(path);
-        std::ofstream(path, std::ios::app) << c.appended;
+        files.bytesRead = 0;
+        if (c.replaces) {
+            testing::writeFile(folder / "new", c.after);
+            std::filesystem::rename(folder / "new", path);
+        } else {
+            std::ofstream(path, std::ios::app) << c.after;
+        }
         EXPECT_EQ(reading(tracker, path), c.reading);
+        EXPECT_LE(files.bytesRead, c.mostBytes);
     }
-    // 9 MiB at once are not read forward: the file is searched again from its end.
-    std::string path = folder / "r.jsonl";
-    testing::CountingFileAccess files;
-    CodexRolloutTracker tracker(files);
-    testing::writeFile(path, startA);
-    EXPECT_EQ(reading(tracker, path), kInTurn);
-    std::string lines;
-    while (lines.size() < 9 * 1024 * 1024)
-        lines += marker("token_count", nullptr);
-    std::ofstream(path, std::ios::app) << lines << marker("task_started", "B");
-    files.bytesRead = 0;
-    EXPECT_EQ(reading(tracker, path), kInTurn);
-    EXPECT_LT(files.bytesRead, CodexRolloutTracker::kFirstWindow + 100);
-    // Rewritten under the same path: a new inode, searched again from its end.
-    testing::writeFile(folder / "new", marker("task_complete", "A") + std::string(200, ' ') + "\n");
-    std::filesystem::rename(folder / "new", path);
-    EXPECT_EQ(reading(tracker, path), "idle");
 }
 
 TEST(CodexRolloutTest, TheListingTakesLocalAndUtcDatesOnce) {

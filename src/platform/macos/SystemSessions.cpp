@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/param.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utmpx.h>
