@@ -7,6 +7,7 @@ namespace vigilmoth::HoldHeadlineText {
 
 std::optional<std::string> awakeReason(const HoldHeadline& headline) {
     using Kind = HoldHeadline::Kind;
+    if (!headline.keepsAwake()) return std::nullopt;
     const auto said = [&headline](std::string_view one, std::string_view many) {
         return PanelText::phrase(*headline.subject, one, many);
     };
@@ -25,12 +26,7 @@ std::optional<std::string> awakeReason(const HoldHeadline& headline) {
             return "always on";
         case Kind::remoteAccess:
             return "reachable while plugged in";
-        case Kind::idle:
-        case Kind::waitingReleased:
-        case Kind::safetyStop:
-        case Kind::paused:
-        case Kind::noAgents:
-        case Kind::switchedOff:
+        default:
             break;
     }
     return std::nullopt;
