@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # One entry point for setting up, building, running and testing vigilmoth.
 #   scripts/dev.sh run    install what is missing, build, run the main job
-#   scripts/dev.sh test   install what is missing, build under the sanitizers, run every test
+#   scripts/dev.sh test   install what is missing, check formatting and include edges, build under
+#                         the sanitizers, run every test
 #   scripts/dev.sh bench  install what is missing, build optimised, run the benchmarks
 set -euo pipefail
 
@@ -89,6 +90,7 @@ run)
 test)
     install_dependencies
     check_format
+    scripts/check-includes.sh
     build sanitize
     ctest --preset sanitize
     ;;
