@@ -87,7 +87,7 @@ check_one() {
     tests/macos/sdk/*) include="#include <${file#tests/macos/sdk/}>" ;;
     src/*.h) include="#include \"${file#src/}\"" ;;
     esac
-    local log="$scratch/$(echo "$file" | tr / _).log"
+    local log="$scratch/${file//\//_}.log"
     if [ -n "${include:-}" ]; then
         echo "$include" | clang++ -fsyntax-only "@$flags" -x "$language" - >"$log" 2>&1
     else
@@ -103,12 +103,14 @@ fi
 
 export -f check_one
 export scratch
+# The quoted script runs in the child shell, where check_one and $scratch are exported to.
+# shellcheck disable=SC2016
 printf '%s\0' "${sources[@]}" |
     xargs -0 -P "$(getconf _NPROCESSORS_ONLN 2>/dev/null || echo 2)" -I{} \
         bash -c 'check_one "$1" || echo "$1" >>"$scratch/failed"' _ {}
 
 if [ -s "$scratch/failed" ]; then
-    while read -r file; do cat "$scratch/$(echo "$file" | tr / _).log" >&2; done <"$scratch/failed"
+    while read -r file; do cat "$scratch/${file//\//_}.log" >&2; done <"$scratch/failed"
     echo "macOS check: $(wc -l <"$scratch/failed") of ${#sources[@]} files do not compile:" >&2
     sed 's/^/  /' "$scratch/failed" >&2
     exit 1
