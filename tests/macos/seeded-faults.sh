@@ -21,7 +21,7 @@ bool holdAwake(IOPMAssertionID& assertion) {
 fresh_copy() {
     rm -rf "$work/tree"
     mkdir -p "$work/tree/tests" "$work/tree/scripts"
-    cp -a "$root/src" "$work/tree/"
+    cp -a "$root/src" "$root/CMakeLists.txt" "$work/tree/"
     cp -a "$root/tests/macos" "$work/tree/tests/"
     cp -a "$root/scripts/check-macos.sh" "$work/tree/scripts/"
     printf '%s\n' "$assertion_source" >"$work/tree/src/platform/macos/SeededPowerAssertion.cpp"
