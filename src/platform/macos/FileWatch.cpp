@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdint>
 
 namespace vigilmoth {
 
@@ -27,7 +28,8 @@ namespace {
 
 using Shared = std::shared_ptr<VnodeWatch>;
 
-constexpr uint64_t kRetryNanoseconds = 500'000'000;
+// Half a second between attempts to open a path that is not there, as on Linux.
+constexpr int64_t kRetryNanoseconds = 500'000'000;
 
 // Runs `work` on `queue` with the watch kept alive until it has run.
 void runOn(dispatch_queue_t queue, const Shared& watch, void (*work)(VnodeWatch&)) {
@@ -139,7 +141,7 @@ bool attach(const Shared& watch) {
 
 }  // namespace
 
-FileWatch::FileWatch(std::string path, dispatch_queue_t callbackQueue, double, Handler handler)
+FileWatch::FileWatch(std::string path, dispatch_queue_t callbackQueue, Handler handler)
     : watch_(std::make_shared<VnodeWatch>()) {
     watch_->path = std::move(path);
     watch_->handler = std::move(handler);

@@ -26,8 +26,7 @@ public:
     using Event = FileWatchEvent;
     using Handler = std::function<void(Event)>;
 
-    FileWatch(std::string path, dispatch_queue_t callbackQueue, double retryInterval,
-              Handler handler);
+    FileWatch(std::string path, dispatch_queue_t callbackQueue, Handler handler);
     ~FileWatch();
     FileWatch(const FileWatch&) = delete;
     FileWatch& operator=(const FileWatch&) = delete;
@@ -42,9 +41,8 @@ private:
 // A watch on a folder: its own vnode events report entries created, moved or removed in it.
 class DirectoryWatch {
 public:
-    DirectoryWatch(std::string folder, dispatch_queue_t callbackQueue, double retryInterval,
-                   FileWatch::Handler handler)
-        : watch_(std::move(folder), callbackQueue, retryInterval, std::move(handler)) {}
+    DirectoryWatch(std::string folder, dispatch_queue_t callbackQueue, FileWatch::Handler handler)
+        : watch_(std::move(folder), callbackQueue, std::move(handler)) {}
 
     void start() { watch_.start(); }
     void cancel() { watch_.cancel(); }

@@ -63,7 +63,8 @@ bool SystemSessions::remoteAccessActive(const std::vector<ProcessInfoRow>& proce
 std::optional<std::string> SystemSessions::terminalName(std::int32_t device) {
     if (device < 0) return std::nullopt;
     char name[64] = {};
-    if (::devname_r(static_cast<dev_t>(device), S_IFCHR, name, sizeof name) == nullptr)
+    if (::devname_r(static_cast<dev_t>(device), S_IFCHR, name, static_cast<int>(sizeof name)) ==
+        nullptr)
         return std::nullopt;
     std::string result(name);
     // The traditional text for a device that has no name.
