@@ -108,11 +108,4 @@ std::optional<Date> Calendar::nextDate(Date after, int hour, int minute, int sec
     return std::nullopt;
 }
 
-std::array<int, 3> Calendar::day(Date date) const {
-    std::lock_guard lock(localTimeMutex());
-    double seconds = std::isfinite(date.secondsSince1970()) ? date.secondsSince1970() : 0;
-    Fields local = localFields(static_cast<std::time_t>(std::floor(seconds)));
-    return {local[0] + 1900, local[1] + 1, local[2]};
-}
-
 }  // namespace vigilmoth

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
 
@@ -22,9 +21,6 @@ public:
     // when it occurs twice as the clocks go back, the first of the two. Searches up to a
     // week ahead; nothing when no such moment exists.
     std::optional<Date> nextDate(Date after, int hour, int minute, int second) const;
-
-    // The local calendar day of `date`: year, month (1 to 12) and day of the month.
-    std::array<int, 3> day(Date date) const;
 };
 
 }  // namespace vigilmoth

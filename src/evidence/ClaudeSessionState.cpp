@@ -77,7 +77,7 @@ std::optional<ClaudeSessionState> ClaudeSessionStateReader::state(
 
 std::optional<ClaudeSessionState> ClaudeSessionStateReader::parse(std::string_view bytes,
                                                                   Date now) {
-    json object = JSONFields::parsed(bytes);
+    json object = parseJSON(bytes).value_or(json());
     auto status = JSONFields::string(object, "status");
     auto state = status ? stateOfStatus(*status) : std::nullopt;
     if (!state) return std::nullopt;
@@ -127,7 +127,7 @@ std::optional<ClaudeJobState> ClaudeJobStateReader::state(std::string_view jobID
 }
 
 std::optional<ClaudeJobState> ClaudeJobStateReader::parse(std::string_view bytes, Date now) {
-    json object = JSONFields::parsed(bytes);
+    json object = parseJSON(bytes).value_or(json());
     auto phase = JSONFields::string(object, "state");
     if (!phase) return std::nullopt;
     ClaudeJobState result;

@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "base/Utf8.h"
 #include "evidence/BackwardLines.h"
 #include "evidence/JSONFields.h"
 
@@ -73,7 +74,7 @@ public:
             line.find("\"system\"") == std::string_view::npos) {
             return false;
         }
-        json object = JSONFields::parsed(line);
+        json object = parseJSON(line).value_or(json());
         auto type = JSONFields::string(object, "type");
         if (type == "system") {
             auto subtype = JSONFields::string(object, "subtype");
@@ -142,25 +143,6 @@ bool alphanumeric(char32_t scalar) {
     return true;
 }
 
-// The scalar at the start of `text` and its length in bytes; a length of 0 for a byte that
-// does not start a valid UTF-8 sequence.
-std::pair<char32_t, std::size_t> nextScalar(std::string_view text) {
-    auto byte = static_cast<unsigned char>(text[0]);
-    if (byte < 0x80) return {byte, 1};
-    std::size_t length = byte >= 0xF0 && byte < 0xF5 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC2 ? 2 : 0;
-    if (byte >= 0xF5 || length == 0 || text.size() < length) return {0, 0};
-    char32_t scalar = byte & (0x7F >> length);
-    for (std::size_t index = 1; index < length; ++index) {
-        auto next = static_cast<unsigned char>(text[index]);
-        if ((next & 0xC0) != 0x80) return {0, 0};
-        scalar = (scalar << 6) | (next & 0x3F);
-    }
-    static constexpr char32_t kShortest[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (scalar < kShortest[length] || scalar > 0x10FFFF || (scalar >= 0xD800 && scalar <= 0xDFFF))
-        return {0, 0};
-    return {scalar, length};
-}
-
 }  // namespace
 
 std::optional<ClaudeTranscriptReader::TailParse> ClaudeTranscriptReader::parseTail(
@@ -199,12 +181,12 @@ std::optional<StateReport> ClaudeTranscriptReader::report(const std::optional<Ta
 std::string ClaudeTranscriptReader::projectName(std::string_view directory) {
     std::string name;
     while (!directory.empty()) {
-        auto [scalar, length] = nextScalar(directory);
-        if (length == 0 || !alphanumeric(scalar)) {
-            name += '-';
-            length = std::max<std::size_t>(length, 1);
-        } else {
+        auto scalar = firstUtf8Scalar(directory);
+        std::size_t length = scalar ? scalar->length : 1;
+        if (scalar && alphanumeric(scalar->value)) {
             name.append(directory.substr(0, length));
+        } else {
+            name += '-';
         }
         directory.remove_prefix(length);
     }

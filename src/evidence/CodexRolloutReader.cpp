@@ -1,6 +1,7 @@
 #include "evidence/CodexRolloutReader.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 
@@ -15,26 +16,18 @@ namespace {
 using nlohmann::json;
 using Marker = CodexTurnState::Marker;
 
-std::string folderName(int year, int month, int day) {
+// The UTC calendar date of a moment as Codex names its day folders; none for a moment beyond
+// the years the calendar counts.
+std::optional<std::string> utcFolderName(Date date) {
+    using namespace std::chrono;
+    const double seconds = date.secondsSince1970();
+    if (!(std::abs(seconds) < 1e15)) return std::nullopt;
+    year_month_day day(floor<days>(sys_seconds(duration_cast<std::chrono::seconds>(
+        floor<std::chrono::seconds>(duration<double>(seconds))))));
     char text[40];
-    std::snprintf(text, sizeof text, "%04d/%02d/%02d", year, month, day);
+    std::snprintf(text, sizeof text, "%04d/%02u/%02u", static_cast<int>(day.year()),
+                  static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()));
     return text;
-}
-
-// The UTC calendar date of a day counted from 1970-01-01.
-std::string utcFolderName(std::int64_t days) {
-    days += 719468;
-    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-    const auto dayOfEra = static_cast<unsigned>(days - era * 146097);
-    const unsigned yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const unsigned monthIndex = (5 * dayOfYear + 2) / 153;
-    const auto day = static_cast<int>(dayOfYear - (153 * monthIndex + 2) / 5 + 1);
-    const auto month = static_cast<int>(monthIndex < 10 ? monthIndex + 3 : monthIndex - 9);
-    const auto year =
-        static_cast<int>(static_cast<std::int64_t>(yearOfEra) + era * 400 + (month <= 2 ? 1 : 0));
-    return folderName(year, month, day);
 }
 
 bool isUUID(std::string_view text) {
@@ -112,13 +105,11 @@ std::vector<std::string> CodexRolloutReader::dayFolders(int days, Date now) {
             folders.push_back(std::move(folder));
     };
     for (int day = 0; day < days; ++day) {
-        auto local = calendar.day(now - 86400.0 * day);
-        add(folderName(local[0], local[1], local[2]));
+        if (auto local = calendar.formatted(now - 86400.0 * day, "%Y/%m/%d")) add(*local);
     }
-    double seconds = std::isfinite(now.secondsSince1970()) ? now.secondsSince1970() : 0;
-    auto today = static_cast<std::int64_t>(std::floor(seconds / 86400));
-    for (int day = 0; day < days; ++day)
-        add(utcFolderName(today - day));
+    for (int day = 0; day < days; ++day) {
+        if (auto utc = utcFolderName(now - 86400.0 * day)) add(*utc);
+    }
     return folders;
 }
 
@@ -156,7 +147,7 @@ std::vector<CodexRolloutFile> CodexRolloutReader::filesOfLastDays(int days, Date
 std::optional<CodexRolloutReader::Record> CodexRolloutReader::record(std::string_view line) {
     bool event = line.find("event_msg") != std::string_view::npos;
     if (!event && line.find("turn_context") == std::string_view::npos) return std::nullopt;
-    json object = JSONFields::parsed(line);
+    json object = parseJSON(line).value_or(json());
     auto type = JSONFields::string(object, "type");
     const json* payload = JSONFields::member(object, "payload");
     if (!type || payload == nullptr || !payload->is_object()) return std::nullopt;

@@ -66,7 +66,7 @@ std::vector<CursorTranscriptFile> CursorTranscriptReader::recentFiles(double max
 }
 
 std::optional<Line> CursorTranscriptReader::kind(std::string_view line) {
-    nlohmann::json object = JSONFields::parsed(line);
+    nlohmann::json object = parseJSON(line).value_or(nlohmann::json());
     if (JSONFields::string(object, "type") == "turn_ended") {
         auto word = JSONFields::string(object, "status");
         auto status = word ? statusOf(*word) : std::nullopt;

@@ -77,7 +77,7 @@ std::string HookStateFile::fileName(std::string_view agent, int32_t pid) {
 }
 
 std::optional<HookStateFile> HookStateFile::decode(std::string_view text) {
-    json root = json::parse(text, nullptr, false);
+    json root = parseJSON(text).value_or(json());
     if (!root.is_object()) return std::nullopt;
     auto v = root.find("v");
     auto agent = root.find("agent");

@@ -9,14 +9,12 @@
 
 #include <nlohmann/json.hpp>
 
-// Lenient reading of members of the agents' JSON: a member of another type than expected is
-// the same as a missing one.
-namespace vigilmoth::JSONFields {
+#include "base/JSONCoding.h"
 
-// Parses text as JSON without throwing; a discarded (null) value when it is not valid JSON.
-inline nlohmann::json parsed(std::string_view text) {
-    return nlohmann::json::parse(text, nullptr, false);
-}
+// Lenient reading of members of the agents' JSON, on top of the checked conversions of
+// base/JSONCoding: a member of another type than expected is the same as a missing one. The
+// documents themselves are parsed with `parseJSON`.
+namespace vigilmoth::JSONFields {
 
 inline const nlohmann::json* member(const nlohmann::json& object, std::string_view key) {
     if (!object.is_object()) return nullptr;
@@ -39,23 +37,18 @@ inline bool isTrue(const nlohmann::json& object, std::string_view key) {
 template <typename T>
 std::optional<T> integerValue(const nlohmann::json& value) {
     if (!value.is_number_integer()) return std::nullopt;
-    if (value.is_number_unsigned()) {
-        auto number = value.get<std::uint64_t>();
-        if (number > static_cast<std::uint64_t>(std::numeric_limits<T>::max())) return std::nullopt;
-        return static_cast<T>(number);
-    }
-    auto number = value.get<std::int64_t>();
-    if (number < 0) {
+    try {
         if constexpr (std::is_unsigned_v<T>) {
-            return std::nullopt;
-        } else if (number < static_cast<std::int64_t>(std::numeric_limits<T>::min())) {
-            return std::nullopt;
+            auto number = json_value::unsignedInteger(value, "");
+            if (number > std::numeric_limits<T>::max()) return std::nullopt;
+            return static_cast<T>(number);
+        } else {
+            return static_cast<T>(json_value::integer(value, "", std::numeric_limits<T>::min(),
+                                                      std::numeric_limits<T>::max()));
         }
-    } else if (static_cast<std::uint64_t>(number) >
-               static_cast<std::uint64_t>(std::numeric_limits<T>::max())) {
+    } catch (const CodingError&) {
         return std::nullopt;
     }
-    return static_cast<T>(number);
 }
 
 template <typename T>
