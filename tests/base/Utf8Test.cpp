@@ -6,8 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include <random>
-#include <string>
-#include <vector>
 
 #include "support/Utf8Cases.h"
 
@@ -20,30 +18,6 @@ TEST(Utf8Test, KeepsValidTextAndReplacesEachInvalidSequence) {
         EXPECT_EQ(repairedUtf8(testCase.bytes), testCase.repaired);
     }
     EXPECT_EQ(repairedUtf8(std::string("a\0b", 3)), std::string("a\0b", 3)) << "NUL is valid";
-}
-
-TEST(Utf8Test, TheFirstScalarIsDecodedOnlyFromAValidSequence) {
-    struct Case {
-        std::string bytes;
-        char32_t value;  // 0 for none
-        std::size_t length;
-    };
-    const std::vector<Case> cases{
-        {"Ab", U'A', 1},
-        {"\xC3\xA9", U'\u00E9', 2},
-        {"\xE2\x82\xAC!", U'\u20AC', 3},
-        {"\xF0\x9F\x98\x80", U'\U0001F600', 4},
-        {"", 0, 0},
-        {"\xC0\x80", 0, 0},
-        {"\xED\xA0\x80", 0, 0},
-        {"\xE2\x82", 0, 0},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.bytes);
-        auto scalar = firstUtf8Scalar(c.bytes);
-        EXPECT_EQ(scalar ? scalar->value : 0, c.value);
-        EXPECT_EQ(scalar ? scalar->length : 0, c.length);
-    }
 }
 
 TEST(Utf8Test, RandomBytesAlwaysComeOutAsValidText) {

@@ -27,67 +27,51 @@ struct Cut {
 const char* kRunning = "working: running a tool";
 const char* kInTurn = "working: in a turn";
 
+const char* kShort = "spotter-short.jsonl";
+const char* kToolHeavy = "spotter-tool_heavy.jsonl";
+const char* kCodemie20 = "codemie-4c2ddfdc-b619-4525-8d03-1950fb1b0257.jsonl";
+const char* kCodemie = "codemie-session-9eda1058.jsonl";
+const char* kCleared = "codemie-session-196820da.jsonl";
+const char* kSubagent = "spotter-subagent.jsonl";
+const char* kSpotter = "spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl";
+const char* kAgent = "spotter-4d5611e5-241a-462a-8d15-5122611a9569/subagents/agent-a2898e3.jsonl";
+
 // Each cut keeps the file's first lines; the comment says what the last kept lines are.
 const std::vector<Cut> kCuts{
-    {"spotter-short.jsonl", 4, 1, kInTurn},    // the user's prompt
-    {"spotter-short.jsonl", 5, 1, kInTurn},    // a reply being written
-    {"spotter-short.jsonl", 5, 60, "idle"},    // the same reply, quiet for a minute
-    {"spotter-short.jsonl", 9, 60, kRunning},  // a tool call, then its progress
-    {"spotter-short.jsonl", 12, 1, kInTurn},   // the tool was refused
-    {"spotter-short.jsonl", 13, 1, "idle"},    // "[Request interrupted by user"
-    {"spotter-short.jsonl", 15, 1, "idle"},    // then the /model command
-    {"spotter-tool_heavy.jsonl", 5, 1, kRunning},
-    {"spotter-tool_heavy.jsonl", 18, 1, "idle"},   // interrupted
-    {"spotter-tool_heavy.jsonl", 21, 1, "idle"},   // /mcp typed after it: no turn
-    {"spotter-tool_heavy.jsonl", 24, 1, "idle"},   // its output
-    {"spotter-tool_heavy.jsonl", 26, 1, kInTurn},  // a new prompt
-    {"spotter-tool_heavy.jsonl", 33, 1, kInTurn},  // tool results coming back
-    {"spotter-tool_heavy.jsonl", 39, 1, "idle"},
-    {"codemie-4c2ddfdc-b619-4525-8d03-1950fb1b0257.jsonl", 2, 60, kInTurn},
-    {"codemie-4c2ddfdc-b619-4525-8d03-1950fb1b0257.jsonl", 6, 60, kRunning},
-    {"codemie-4c2ddfdc-b619-4525-8d03-1950fb1b0257.jsonl", 13, 60, "idle"},  // 2.0: no reason
-    {"codemie-4c2ddfdc-b619-4525-8d03-1950fb1b0257.jsonl", 25, 1, "idle"},   // "end_turn"
-    {"codemie-session-9eda1058.jsonl", 19, 1, kInTurn},  // a reply, then summary lines
-    {"codemie-session-9eda1058.jsonl", 19, 60, "idle"},
-    {"codemie-session-9eda1058.jsonl", 22, 1, "idle"},
-    {"codemie-session-9eda1058.jsonl", 28, 60, kInTurn, true},  // a 39 KB tool result
-    {"codemie-session-9eda1058.jsonl", 31, 1, "idle"},          // "turn_duration"
-    {"codemie-session-9eda1058.jsonl", 37, 60, kInTurn, true},  // 57 KB
-    {"codemie-session-9eda1058.jsonl", 40, 1, "idle"},
-    {"codemie-session-196820da.jsonl", 4, 1, "nothing"},  // only /clear and its output
-    {"codemie-session-196820da.jsonl", 6, 1, kInTurn},
-    {"codemie-session-196820da.jsonl", 15, 60, kInTurn, true},  // 62 KB
-    {"codemie-session-196820da.jsonl", 110, 1, kInTurn, true},  // an 18 KB reply
-    {"codemie-session-196820da.jsonl", 110, 60, "idle", true},
-    {"codemie-session-196820da.jsonl", 228, 60, kRunning, true},
-    {"codemie-session-196820da.jsonl", 233, 60, "idle"},
-    {"spotter-subagent.jsonl", 4, 1, kInTurn},          // a prompt command: it starts a turn
-    {"spotter-subagent.jsonl", 5, 1, kInTurn},          // its expansion, marked as meta
-    {"spotter-subagent.jsonl", 55, 1, kRunning, true},  // a subagent's progress, 25 KB lines
-    {"spotter-subagent.jsonl", 56, 1, kInTurn, true},
-    {"spotter-subagent.jsonl", 69, 1, "idle"},
-    {"spotter-subagent.jsonl", 92, 1, kInTurn},
-    {"spotter-subagent.jsonl", 96, 1, "idle"},  // "stop_hook_summary"
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 277, 1, "idle", true},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 280, 1, kInTurn},  // "continue"
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 582, 60, kRunning, true},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 591, 60, kRunning, true},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 592, 60, kInTurn, true},  // 74 KB
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 759, 60, kInTurn, true},  // compacted
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 1501, 1, "idle"},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 1502, 1, kInTurn},  // a task ended
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 1506, 60, kInTurn, true},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 1507, 1, kInTurn},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 1511, 2, kInTurn},  // stop hooks run
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 1511, 60, "idle"},
-    // A finished Claude Code 2.1 turn: a reply with a null stop reason, then the summary.
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569.jsonl", 1512, 1, "idle"},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569/subagents/agent-a2898e3.jsonl", 6, 1, kInTurn,
-     true},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569/subagents/agent-a2898e3.jsonl", 140, 1,
-     kRunning},
-    {"spotter-4d5611e5-241a-462a-8d15-5122611a9569/subagents/agent-a2898e3.jsonl", 144, 60, "idle",
-     true},
+    {kShort, 4, 1, kInTurn},       // the user's prompt
+    {kShort, 5, 1, kInTurn},       // a reply being written
+    {kShort, 5, 60, "idle"},       // the same reply, quiet for a minute
+    {kShort, 9, 60, kRunning},     // a tool call, then its progress
+    {kShort, 12, 1, kInTurn},      // the tool was refused
+    {kShort, 13, 1, "idle"},       // "[Request interrupted by user"
+    {kShort, 15, 1, "idle"},       // then the /model command
+    {kToolHeavy, 21, 1, "idle"},   // /mcp typed after an interrupt: no turn
+    {kToolHeavy, 26, 1, kInTurn},  // a new prompt
+    {kToolHeavy, 33, 1, kInTurn},  // tool results coming back
+    {kCodemie20, 2, 60, kInTurn},  // a prompt stays a turn however quiet
+    {kCodemie20, 13, 60, "idle"},  // 2.0: no stop reason
+    {kCodemie20, 25, 1, "idle"},   // "end_turn"
+    {kCodemie, 19, 1, kInTurn},    // a reply, then summary lines
+    {kCodemie, 19, 60, "idle"},
+    {kCodemie, 28, 60, kInTurn, true},  // a 39 KB tool result
+    {kCodemie, 31, 1, "idle"},          // "turn_duration"
+    {kCleared, 4, 1, "nothing"},        // only /clear and its output
+    {kCleared, 15, 60, kInTurn, true},  // 62 KB
+    {kCleared, 110, 60, "idle", true},  // an 18 KB reply, quiet
+    {kCleared, 228, 60, kRunning, true},
+    {kSubagent, 4, 1, kInTurn},          // a prompt command: it starts a turn
+    {kSubagent, 5, 1, kInTurn},          // its expansion, marked as meta
+    {kSubagent, 55, 1, kRunning, true},  // a subagent's progress, 25 KB lines
+    {kSubagent, 96, 1, "idle"},          // "stop_hook_summary"
+    {kSpotter, 280, 1, kInTurn},         // "continue"
+    {kSpotter, 582, 60, kRunning, true},
+    {kSpotter, 592, 60, kInTurn, true},  // 74 KB
+    {kSpotter, 759, 60, kInTurn, true},  // compacted
+    {kSpotter, 1502, 1, kInTurn},        // a task ended
+    {kSpotter, 1511, 2, kInTurn},        // stop hooks run
+    {kSpotter, 1511, 60, "idle"},
+    {kSpotter, 1512, 1, "idle"},  // a finished 2.1 turn: a null stop reason, a summary
+    {kAgent, 144, 60, "idle", true},
 };
 
 TEST(ClaudeTranscriptReaderTest, RealTranscriptsCutMidwayReadAsAPersonWould) {

@@ -21,52 +21,37 @@ using testing::described;
 const char* kInTurn = "working: in a turn";
 
 struct Rollout {
-    const char* file;  // under codex-rollouts/sessions
+    const char* id;  // the start of the session's id, which names the file
     const char* cwd;
     // Lines kept, and the reading after them.
     std::vector<std::pair<std::size_t, const char*>> cuts;
 };
 
 const std::vector<Rollout> kRollouts{
-    {"2026/02/23/rollout-2026-02-23T12-40-23-019c8a4c-ed82-79a1-aa28-7738fc5ab61a.jsonl",
+    {"019c8a4c",
      "/redacted/path/fa3f7eaace",
-     {{7, "idle"},
-      {8, kInTurn},
-      {100, kInTurn},
-      {186, "idle"},
-      {187, kInTurn},
-      {525, "idle"},
-      {600, kInTurn},
-      {702, "idle"}}},
-    {"2026/02/23/rollout-2026-02-23T12-41-04-019c8a4d-8f45-7010-8b5d-7fad920aa6f9.jsonl",
-     "/redacted/path/da0ba47443",
-     {{8, kInTurn}, {416, kInTurn}, {417, "idle"}}},
+     {{7, "idle"}, {8, kInTurn}, {186, "idle"}, {187, kInTurn}, {525, "idle"}, {702, "idle"}}},
+    {"019c8a4d", "/redacted/path/da0ba47443", {{8, kInTurn}, {416, kInTurn}, {417, "idle"}}},
     // Its last turn is started again without an end; the newest start decides.
-    {"2026/02/23/rollout-2026-02-23T12-47-42-019c8a53-a0dd-7130-bcd7-95445d84846a.jsonl",
-     "/redacted/path/59b923df4d",
-     {{267, "idle"}, {500, kInTurn}, {760, kInTurn}, {834, kInTurn}, {837, kInTurn}}},
+    {"019c8a53", "/redacted/path/59b923df4d", {{267, "idle"}, {500, kInTurn}, {837, kInTurn}}},
     // A session of two days; at line 1000 its turn began 550 lines (260 KB) before.
-    {"2026/02/23/rollout-2026-02-23T12-54-34-019c8a59-e9dd-71f0-9ae3-4079fe9726a9.jsonl",
-     "/redacted/path/59b923df4d",
-     {{130, "idle"}, {1000, kInTurn}, {2722, "idle"}}},
-    {"2026/02/23/rollout-2026-02-23T13-19-38-019c8a70-dda7-7f33-98ea-f30553347322.jsonl",
-     "/redacted/path/da0ba47443",
-     {{7, "idle"}, {19, kInTurn}}},
-    {"2026/02/23/rollout-2026-02-23T20-34-25-019c8bfe-ec25-79e0-97d7-bda6a9c575ff.jsonl",
-     "/redacted/path/ea96e59ed9",
-     {{62, kInTurn}, {63, "idle"}}},
-    {"2026/05/11/rollout-2026-05-11T11-26-55-019e1625-789d-76c0-80ab-3724b5ddb799.jsonl",
+    {"019c8a59", "/redacted/path/59b923df4d", {{130, "idle"}, {1000, kInTurn}, {2722, "idle"}}},
+    {"019c8a70", "/redacted/path/da0ba47443", {{7, "idle"}, {19, kInTurn}}},
+    {"019c8bfe", "/redacted/path/ea96e59ed9", {{62, kInTurn}, {63, "idle"}}},
+    {"019e1625",
      "/Users/Sample_User/repos/codemie-ai/codemie-code",
      {{1, "idle"}, {2, kInTurn}, {19, "idle"}, {200, kInTurn}, {386, "idle"}}},
     // No turn markers at all: nothing says a turn is going on.
-    {"2026/05/11/rollout-2026-05-11T13-28-45-019e1695-0522-7c83-8b39-0dd379793f80.jsonl",
-     "/Users/Sample_User/naya",
-     {{50, "idle"}, {99, "idle"}}},
+    {"019e1695", "/Users/Sample_User/naya", {{50, "idle"}, {99, "idle"}}},
 };
 
-std::string fixtureText(const Rollout& rollout) {
-    return testing::readFile(
-        testing::fixture(std::string("codex-rollouts/sessions/") + rollout.file));
+std::string fixturePath(const Rollout& rollout) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(
+             testing::fixture("codex-rollouts/sessions"))) {
+        if (entry.path().filename().string().find(rollout.id) != std::string::npos)
+            return entry.path().string();
+    }
+    return "";
 }
 
 std::string reading(CodexRolloutTracker& tracker, const std::string& path) {
@@ -79,19 +64,17 @@ TEST(CodexRolloutTest, RealRolloutsReadAsAPersonWouldAtFirstSightAndWhileWritten
     testing::TemporaryFolder folder;
     std::mt19937 random(5);
     for (const auto& rollout : kRollouts) {
-        std::string text = fixtureText(rollout);
+        std::string text = testing::readFile(fixturePath(rollout));
         testing::CountingFileAccess files;
         CodexRolloutReader reader(files, "");
-        EXPECT_EQ(reader.sessionCwd(
-                      testing::fixture(std::string("codex-rollouts/sessions/") + rollout.file)),
-                  rollout.cwd);
+        EXPECT_EQ(reader.sessionCwd(fixturePath(rollout)), rollout.cwd);
         EXPECT_LE(files.bytesRead, 4096u) << "the directory comes early in the first line";
         std::string fresh = folder / "fresh.jsonl", followed = folder / "followed.jsonl";
         std::filesystem::remove(followed);
         CodexRolloutTracker tracker(files);
         std::size_t written = 0;
         for (const auto& [lines, expected] : rollout.cuts) {
-            SCOPED_TRACE(std::string(rollout.file) + " after line " + std::to_string(lines));
+            SCOPED_TRACE(std::string(rollout.id) + " after line " + std::to_string(lines));
             std::string cut = testing::firstLines(text, lines);
             testing::writeFile(fresh, cut);
             CodexRolloutTracker first(files);
@@ -113,7 +96,8 @@ TEST(CodexRolloutTest, RealRolloutsReadAsAPersonWouldAtFirstSightAndWhileWritten
 TEST(CodexRolloutTest, FirstSightOfALongRolloutKeepsToTheBudgetAndResolvesOverTicks) {
     testing::TemporaryFolder folder;
     std::string path = folder / "rollout.jsonl";
-    testing::writeFile(path, testing::firstLines(fixtureText(kRollouts[3]), 1000));
+    testing::writeFile(path,
+                       testing::firstLines(testing::readFile(fixturePath(kRollouts[3])), 1000));
     testing::CountingFileAccess files;
     const std::uint64_t budget = 100000;
     CodexRolloutTracker tracker(files, budget);

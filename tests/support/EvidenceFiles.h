@@ -10,7 +10,7 @@
 namespace vigilmoth::testing {
 
 // The real file access, counting what the readers ask of it: status calls, reads, the bytes
-// read and, per file, the lowest offset read.
+// read and, per file, the lowest offset read; and the files removed.
 class CountingFileAccess final : public FileAccessing {
 public:
     std::optional<FileSignature> signature(const std::string& path) override {
@@ -18,7 +18,6 @@ public:
         return system_.signature(path);
     }
     std::optional<std::vector<FolderEntry>> list(const std::string& folder) override {
-        ++listings;
         return system_.list(folder);
     }
     std::optional<std::string> read(const std::string& path, std::uint64_t offset,
@@ -44,7 +43,6 @@ public:
     void reset() { *this = CountingFileAccess(); }
 
     int signatures = 0;
-    int listings = 0;
     int reads = 0;
     std::uint64_t bytesRead = 0;
     std::map<std::string, std::uint64_t> lowestOffset;
