@@ -34,6 +34,19 @@ Sequence sequence(std::string_view bytes) {
 
 }  // namespace
 
+std::optional<Utf8Scalar> firstUtf8Scalar(std::string_view bytes) {
+    if (bytes.empty()) return std::nullopt;
+    auto next = sequence(bytes);
+    if (!next.valid) return std::nullopt;
+    auto lead = static_cast<unsigned char>(bytes[0]);
+    // The lead byte keeps the bits below its length marker; each further byte adds six.
+    char32_t value = next.length == 1 ? lead : lead & (0x7F >> next.length);
+    for (size_t i = 1; i < next.length; ++i) {
+        value = (value << 6) | (static_cast<unsigned char>(bytes[i]) & 0x3F);
+    }
+    return Utf8Scalar{value, next.length};
+}
+
 std::string repairedUtf8(std::string_view bytes) {
     std::string result;
     result.reserve(bytes.size());

@@ -21,6 +21,9 @@ struct ProcessInfoRow {
     int32_t pid = 0;
     int32_t ppid = 0;
     double startTime = 0;  // seconds since 1970
+    // The start in the kernel's clock ticks after boot, where the system counts it (Linux):
+    // unlike `startTime`, no step of the wall clock moves it.
+    std::optional<uint64_t> startTicks;
     std::string executablePath;
     std::vector<std::string> arguments;  // argument 0 first
     uint32_t uid = 0;

@@ -27,6 +27,10 @@ struct SessionHint {
     // The controlling terminal's device name, such as ttys003.
     std::optional<std::string> terminal;
 
+    // The name with its runs of blanks and line breaks made single blanks and its ends
+    // trimmed; nothing when nothing is left.
+    static std::optional<std::string> cleaned(const std::optional<std::string>& name);
+
     bool operator==(const SessionHint&) const = default;
 };
 

@@ -1,27 +1,13 @@
 #include "evidence/HookStateFile.h"
 
-#include <limits>
 #include <nlohmann/json.hpp>
+
+#include "evidence/JSONFields.h"
 
 namespace vigilmoth {
 namespace {
 
 using nlohmann::json;
-
-template <typename T>
-std::optional<T> integer(const json& value) {
-    if (!value.is_number_integer()) return std::nullopt;
-    if (value.is_number_unsigned()) {
-        auto number = value.get<uint64_t>();
-        if (number > static_cast<uint64_t>(std::numeric_limits<T>::max())) return std::nullopt;
-        return static_cast<T>(number);
-    }
-    auto number = value.get<int64_t>();
-    if (number < std::numeric_limits<T>::min() || number > std::numeric_limits<T>::max()) {
-        return std::nullopt;
-    }
-    return static_cast<T>(number);
-}
 
 std::optional<HookStateFile::Session> decodeSession(const json& value) {
     if (!value.is_object()) return std::nullopt;
@@ -43,7 +29,7 @@ std::optional<HookStateFile::Session> decodeSession(const json& value) {
         session.ts = ts->get<double>();
     }
     if (auto seq = value.find("seq"); seq != value.end()) {
-        session.seq = integer<int64_t>(*seq);
+        session.seq = JSONFields::integerValue<int64_t>(*seq);
         if (!session.seq) return std::nullopt;
     }
     if (auto inst = value.find("inst"); inst != value.end()) {
@@ -91,7 +77,7 @@ std::string HookStateFile::fileName(std::string_view agent, int32_t pid) {
 }
 
 std::optional<HookStateFile> HookStateFile::decode(std::string_view text) {
-    json root = json::parse(text, nullptr, false);
+    json root = parseJSON(text).value_or(json());
     if (!root.is_object()) return std::nullopt;
     auto v = root.find("v");
     auto agent = root.find("agent");
@@ -103,8 +89,8 @@ std::optional<HookStateFile> HookStateFile::decode(std::string_view text) {
         !sessions->is_object()) {
         return std::nullopt;
     }
-    auto version = integer<int>(*v);
-    auto processID = integer<int32_t>(*pid);
+    auto version = JSONFields::integerValue<int>(*v);
+    auto processID = JSONFields::integerValue<int32_t>(*pid);
     if (!version || !processID) return std::nullopt;
     HookStateFile file{*version, agent->get<std::string>(), *processID, start->get<double>(), {}};
     for (const auto& [key, value] : sessions->items()) {

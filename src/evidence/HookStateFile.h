@@ -5,8 +5,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "base/Date.h"
 #include "base/WellKnownPaths.h"
+#include "evidence/StateReport.h"
 
 namespace vigilmoth {
 
@@ -51,6 +54,24 @@ struct HookStateFile {
     static std::string defaultDirectory(const PathEnvironment& paths);
     // The file name for one agent process; readers only rely on the prefix and extension.
     static std::string fileName(std::string_view agent, int32_t pid);
+
+    // The sessions that report "idle", each with the time of its report; a report more than
+    // 5 seconds in the future of `now` is left out.
+    std::map<std::string, Date> stops(Date now) const;
+    // The file's overall state and its time: the first of working, waiting and idle that a
+    // session reports, taking the latest such session. A working session with a later end in
+    // `ended` (by session key) counts as idle at that end; working reports older than the
+    // larger of both limits and idle ones older than `freshness` are stale; a waiting report
+    // holds until something else is reported.
+    std::optional<std::pair<ReportedState, Date>> summary(
+        Date now, double freshness, double workingLimit,
+        const std::map<std::string, Date>& ended) const;
+
+    // Whether a start time written by the hook is the census's start time of the process.
+    // Linux computes a process's start from the boot time, a whole number of seconds that a
+    // step of the wall clock moves: a start that differs by whole seconds, to the
+    // millisecond, is the same process seen with another boot time.
+    static bool sameStart(double recorded, double census);
 
     // Absent when the text is not a complete, well-typed state file.
     static std::optional<HookStateFile> decode(std::string_view text);

@@ -1,7 +1,6 @@
 #include "hooks/runtime/HookStateUpdate.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "hooks/HookEvents.h"
 
@@ -15,7 +14,7 @@ HookStateFile base(const std::optional<std::string>& currentText, std::string_vi
     if (currentText) {
         auto file = HookStateFile::decode(*currentText);
         if (file && file->agent == agent && file->pid == process.pid &&
-            std::abs(file->start - process.startTime) <= 0.001) {
+            HookStateFile::sameStart(file->start, process.startTime)) {
             file->v = HookStateFile::kVersion;
             file->start = process.startTime;
             return *file;

@@ -264,6 +264,7 @@ std::optional<ProcessInfoRow> SystemProcessCensus::read(int32_t pid, Image* cach
     row.pid = pid;
     row.ppid = stat->ppid;
     row.startTime = image.startTime;
+    row.startTicks = stat->startTicks;
     row.executablePath = image.executablePath;
     row.arguments = image.arguments;
     row.uid = uid_;

@@ -10,6 +10,8 @@ extern "C" {
 
 // libproc: proc_pidpath, the executable path of a process
 int proc_pidpath(int pid, void* buffer, uint32_t buffersize);
+// libproc: proc_name, the short name of a process (at most 2 * MAXCOMLEN bytes)
+int proc_name(int pid, void* buffer, uint32_t buffersize);
 // libproc: proc_pid_rusage, a process's resource usage in the layout that flavor names
 int proc_pid_rusage(int pid, int flavor, rusage_info_t* buffer);
 
