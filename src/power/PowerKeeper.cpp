@@ -11,12 +11,12 @@ void PowerKeeper::hold(const std::string& reason) {
         auto created = system_.create(kind, reason);
         if (created.id) {
             assertionIDs_.push_back(*created.id);
-            lastFailure_.clear();
+            lastFailures_.erase(kind);
             continue;
         }
         auto line = system_.creationCall() + "(" + kind + ") failed: " + created.failure;
-        if (line != lastFailure_) log_.error(line);
-        lastFailure_ = std::move(line);
+        if (line != lastFailures_[kind]) log_.error(line);
+        lastFailures_[kind] = std::move(line);
     }
     if (held()) log_.info("acquired power assertions: " + reason);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -67,8 +68,8 @@ private:
     PowerAssertionMaking& system_;
     std::vector<PowerAssertionID> assertionIDs_;
     std::string reason_;
-    // A failure that repeats on every decision is logged once, until a creation succeeds.
-    std::string lastFailure_;
+    // A failure that repeats on every decision is logged once, until that kind is created.
+    std::map<std::string, std::string> lastFailures_;
     Logger log_{"PowerKeeper"};
 };
 
