@@ -9,7 +9,7 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$root"
 
 debian_packages=(build-essential cmake ninja-build pkg-config ccache nlohmann-json3-dev libasio-dev
-    libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev clang-format dbus)
+    libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev clang-format dbus python3-dbusmock)
 brew_packages=(cmake ninja pkg-config nlohmann-json asio googletest google-benchmark clang-format)
 
 as_root() {
