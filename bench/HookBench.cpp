@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "hooks/HookRunner.h"
+#include "hook/SystemHookStateStore.h"
+#include "hooks/runtime/HookRunner.h"
 #include "platform/linux/SystemProcessCensus.h"
-#include "platform/posix/SystemHookStateStore.h"
 
 namespace vigilmoth {
 namespace {

@@ -5,8 +5,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "hooks/HookConfigEditor.h"
-#include "hooks/JSONSourceParser.h"
+#include "hooks/install/HookConfigEditor.h"
+#include "hooks/json/JSONSourceParser.h"
 
 namespace vigilmoth {
 namespace {

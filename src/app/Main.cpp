@@ -18,6 +18,9 @@ template <class... Cases>
 struct Overloaded : Cases... {
     using Cases::operator()...;
 };
+// Deduction for aggregates is C++20, but Apple's clang before Xcode 16 does not implement it.
+template <class... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
 
 }  // namespace
 

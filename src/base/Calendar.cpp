@@ -79,6 +79,20 @@ std::optional<std::time_t> matchOn(const Fields& target, double after) {
 
 }  // namespace
 
+std::optional<std::string> Calendar::formatted(Date date, const char* format) const {
+    const double seconds = std::floor(date.secondsSince1970());
+    // Beyond this no year fits the C library's count, and the conversion itself would overflow.
+    if (!(std::abs(seconds) < 1e17)) return std::nullopt;
+    const auto time = static_cast<std::time_t>(seconds);
+    std::lock_guard lock(localTimeMutex());
+    const std::tm* local = std::localtime(&time);
+    if (local == nullptr) return std::nullopt;
+    char text[64];
+    const std::size_t length = std::strftime(text, sizeof text, format, local);
+    if (length == 0) return std::nullopt;
+    return std::string(text, length);
+}
+
 std::optional<Date> Calendar::nextDate(Date after, int hour, int minute, int second) const {
     std::lock_guard lock(localTimeMutex());
     double seconds = after.secondsSince1970();

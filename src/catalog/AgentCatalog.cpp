@@ -1,42 +1,65 @@
 #include "catalog/AgentCatalog.h"
 
+#include <algorithm>
+
+#include "catalog/AgentDefinitions.h"
 #include "catalog/CommandText.h"
 
 namespace vigilmoth {
+namespace {
 
-const char* roleWord(AgentRole role) {
-    switch (role) {
-        case AgentRole::session:
-            return "session";
-        case AgentRole::engine:
-            return "engine";
-        case AgentRole::helper:
-            return "helper";
-        case AgentRole::helperMaybeSession:
-            return "maybeSession";
+std::optional<AgentMatch> firstOfKind(const std::vector<AgentDefinition>& definitions,
+                                      AgentDefinition::Kind kind, const ProcessInfoRow& row,
+                                      const CommandDecoding::Command& command) {
+    for (const auto& definition : definitions) {
+        if (definition.kind != kind) continue;
+        if (auto found = AgentMatching::role(row, command, definition))
+            return AgentMatch{definition, *found};
     }
-    return "session";
+    return std::nullopt;
 }
 
-std::vector<std::string> AgentDefinition::processNames() const {
-    std::vector<std::string> names;
-    for (const auto& matcher : matchers) {
-        if (const auto* name = std::get_if<ProcessMatcher::Name>(&matcher.process.value)) {
-            names.push_back(CommandText::lowered(name->name));
-        }
-    }
-    return names;
-}
+}  // namespace
 
 const AgentCatalog& AgentCatalog::standard() {
     static const AgentCatalog catalog = [] {
         AgentCatalog built;
-        built.definitions = desktopDefinitions();
-        const auto& cli = cliDefinitions();
+        built.definitions = AgentDefinitions::desktop();
+        const auto& cli = AgentDefinitions::cli();
         built.definitions.insert(built.definitions.end(), cli.begin(), cli.end());
         return built;
     }();
     return catalog;
+}
+
+AgentDefinition AgentCatalog::userDefinition(const std::string& name) {
+    AgentDefinition definition;
+    definition.id = "user:" + name;
+    definition.displayName = name;
+    definition.level = AgentDefinition::Level::generic;
+    definition.kind = AgentDefinition::Kind::cli;
+    definition.matchers.push_back({ProcessMatcher::name(name), ArgumentPattern::any(), {}});
+    definition.verified = false;
+    return definition;
+}
+
+std::optional<AgentMatch> AgentCatalog::match(const ProcessInfoRow& row,
+                                              const std::vector<std::string>& userNames) const {
+    const auto decoded = CommandDecoding::command(row);
+    using Kind = AgentDefinition::Kind;
+    if (auto found = firstOfKind(definitions, Kind::desktop, row, decoded)) return found;
+    // A command-line name inside an application bundle belongs to that application, unless a
+    // script interpreter runs it.
+    bool inBundle = row.executablePath.find(".app/Contents/") != std::string::npos;
+    if (!inBundle || decoded.interpreted) {
+        if (auto found = firstOfKind(definitions, Kind::cli, row, decoded)) return found;
+    }
+    for (const auto& name : userNames) {
+        if (std::find(decoded.names.begin(), decoded.names.end(), CommandText::lowered(name)) !=
+            decoded.names.end())
+            return AgentMatch{userDefinition(name), AgentRole::session};
+    }
+    return std::nullopt;
 }
 
 std::set<std::string> AgentCatalog::cliNames() const {
@@ -53,120 +76,6 @@ const AgentDefinition* AgentCatalog::definition(std::string_view id) const {
     for (const auto& candidate : definitions)
         if (candidate.id == id) return &candidate;
     return nullptr;
-}
-
-const WordSet& AgentCatalog::cursorShells() {
-    static const WordSet shells = {"sh",  "bash", "zsh", "fish", "dash",
-                                   "ksh", "tcsh", "csh", "nu",   "pwsh"};
-    return shells;
-}
-
-const WordSet& AgentCatalog::textFileExtensions() {
-    static const WordSet extensions = {"c",    "h",   "cc",   "cpp",   "hpp",  "txt",  "md",  "py",
-                                       "js",   "ts",  "json", "yml",   "yaml", "toml", "sh",  "rb",
-                                       "go",   "rs",  "java", "swift", "conf", "cfg",  "ini", "log",
-                                       "html", "css", "sql",  "xml",   "csv"};
-    return extensions;
-}
-
-const std::unordered_map<std::string, std::vector<std::vector<std::string>>>&
-AgentCatalog::launchers() {
-    static const std::unordered_map<std::string, std::vector<std::vector<std::string>>> table = {
-        {"npx", {{}}},
-        {"pnpx", {{}}},
-        {"bunx", {{}}},
-        {"uvx", {{}}},
-        {"bun", {{"run"}, {"x"}}},
-        {"deno", {{"run"}}},
-        {"pnpm", {{"dlx"}, {"exec"}}},
-        {"yarn", {{"dlx"}}},
-        {"npm", {{"exec"}}},
-        {"uv", {{"tool", "run"}, {"run"}}},
-        {"pipx", {{"run"}}},
-    };
-    return table;
-}
-
-const WordSet& AgentCatalog::launcherValuedFlags() {
-    static const WordSet flags = {
-        "-p",
-        "--package",
-        "--from",
-        "--with",
-        "--with-editable",
-        "--with-requirements",
-        "--python",
-        "--spec",
-        "-c",
-        "--call",
-        "--config",
-        "--cwd",
-        "--filter",
-        "--import-map",
-        "--lock",
-        "--index-url",
-        "--directory",
-        "--project",
-        "--env-file",
-        "-w",
-        "--workspace",
-        "--prefix",
-        "-C",
-        "--dir",
-        "--extra",
-        "--no-extra",
-        "--group",
-        "--no-group",
-        "--only-group",
-        "--index",
-        "--default-index",
-        "--extra-index-url",
-        "--find-links",
-        "--constraints",
-        "--overrides",
-        "--build-constraints",
-        "--config-file",
-        "--config-setting",
-        "--cache-dir",
-        "--python-preference",
-        "--python-platform",
-        "--resolution",
-        "--prerelease",
-        "--exclude-newer",
-        "--fork-strategy",
-        "--index-strategy",
-        "--keyring-provider",
-        "--link-mode",
-        "--allow-insecure-host",
-        "--refresh-package",
-        "--reinstall-package",
-        "--upgrade-package",
-        "--no-binary-package",
-        "--no-build-package",
-        "--pip-args",
-        "--registry",
-        "--userconfig",
-        "--cache",
-        "--loglevel",
-        "--reporter",
-        "--workspace-concurrency",
-        "--loader",
-        "--preload",
-        "--define",
-        "--port",
-        "--log-level",
-        "--location",
-        "--seed",
-    };
-    return flags;
-}
-
-const std::unordered_map<std::string, WordSet>& AgentCatalog::launcherSwitches() {
-    static const std::unordered_map<std::string, WordSet> switches = {
-        {"pnpm", {"-w"}},
-        {"deno", {"--env-file"}},
-    };
-    return switches;
 }
 
 }  // namespace vigilmoth

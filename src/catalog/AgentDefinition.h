@@ -1,10 +1,15 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <variant>
 #include <vector>
+
+#include "base/NameCoded.h"
 
 namespace vigilmoth {
 
@@ -16,8 +21,21 @@ enum class AgentRole {
     helperMaybeSession,  // a helper that counts as the session when no other one exists
 };
 
+template <>
+struct NameCoded<AgentRole> {
+    static constexpr std::array codedNames{
+        std::pair{AgentRole::session, std::string_view("session")},
+        std::pair{AgentRole::engine, std::string_view("engine")},
+        std::pair{AgentRole::helper, std::string_view("helper")},
+        std::pair{AgentRole::helperMaybeSession, std::string_view("maybeSession")},
+    };
+    static constexpr std::string_view unknownMessage = "Unknown AgentRole ";
+};
+
 // The short word under which a role is written in records and lab output.
-const char* roleWord(AgentRole role);
+inline std::string_view roleWord(AgentRole role) {
+    return *codedName(role);
+}
 
 using WordSet = std::unordered_set<std::string>;
 
@@ -144,6 +162,27 @@ struct AgentDefinition {
     std::vector<std::string> processNames() const;
 
     bool operator==(const AgentDefinition&) const = default;
+};
+
+template <>
+struct NameCoded<AgentDefinition::Level> {
+    using Level = AgentDefinition::Level;
+    static constexpr std::array codedNames{
+        std::pair{Level::state, std::string_view("state")},
+        std::pair{Level::activity, std::string_view("activity")},
+        std::pair{Level::generic, std::string_view("generic")},
+    };
+    static constexpr std::string_view unknownMessage = "Unknown Level ";
+};
+
+template <>
+struct NameCoded<AgentDefinition::Kind> {
+    using Kind = AgentDefinition::Kind;
+    static constexpr std::array codedNames{
+        std::pair{Kind::cli, std::string_view("cli")},
+        std::pair{Kind::desktop, std::string_view("desktop")},
+    };
+    static constexpr std::string_view unknownMessage = "Unknown Kind ";
 };
 
 }  // namespace vigilmoth

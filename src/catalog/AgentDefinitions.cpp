@@ -1,7 +1,6 @@
-// The table of known agents. Order matters: matching takes the first definition that fits.
-#include "catalog/AgentCatalog.h"
+#include "catalog/AgentDefinitions.h"
 
-namespace vigilmoth {
+namespace vigilmoth::AgentDefinitions {
 namespace {
 
 using Level = AgentDefinition::Level;
@@ -132,12 +131,12 @@ std::vector<ArgumentPattern> notGooseMigrations() {
 
 // kilo is also a text editor, opened on one file.
 std::vector<ArgumentPattern> notKiloEditor() {
-    return {ArgumentPattern::oneFile(AgentCatalog::textFileExtensions())};
+    return {ArgumentPattern::oneFile(textFileExtensions())};
 }
 
 }  // namespace
 
-const std::vector<AgentDefinition>& AgentCatalog::desktopDefinitions() {
+const std::vector<AgentDefinition>& desktop() {
     static const std::vector<AgentDefinition> definitions = {
         codexDesktop(),
         {.id = "antigravity-desktop",
@@ -155,7 +154,7 @@ const std::vector<AgentDefinition>& AgentCatalog::desktopDefinitions() {
     return definitions;
 }
 
-const std::vector<AgentDefinition>& AgentCatalog::cliDefinitions() {
+const std::vector<AgentDefinition>& cli() {
     static const std::vector<AgentDefinition> definitions = {
         claude(),
         codex(),
@@ -208,4 +207,18 @@ const std::vector<AgentDefinition>& AgentCatalog::cliDefinitions() {
     return definitions;
 }
 
-}  // namespace vigilmoth
+const WordSet& cursorShells() {
+    static const WordSet shells = {"sh",  "bash", "zsh", "fish", "dash",
+                                   "ksh", "tcsh", "csh", "nu",   "pwsh"};
+    return shells;
+}
+
+const WordSet& textFileExtensions() {
+    static const WordSet extensions = {"c",    "h",   "cc",   "cpp",   "hpp",  "txt",  "md",  "py",
+                                       "js",   "ts",  "json", "yml",   "yaml", "toml", "sh",  "rb",
+                                       "go",   "rs",  "java", "swift", "conf", "cfg",  "ini", "log",
+                                       "html", "css", "sql",  "xml",   "csv"};
+    return extensions;
+}
+
+}  // namespace vigilmoth::AgentDefinitions

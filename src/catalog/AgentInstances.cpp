@@ -1,10 +1,8 @@
-// Grouping matched processes into running agents: one root per agent session, with the
-// processes below it.
+#include "catalog/AgentInstances.h"
+
 #include <unordered_set>
 
-#include "catalog/AgentCatalog.h"
-
-namespace vigilmoth {
+namespace vigilmoth::AgentInstances {
 namespace {
 
 using RowIndex = std::unordered_map<int32_t, const ProcessInfoRow*>;
@@ -56,8 +54,7 @@ bool isRoot(const ProcessInfoRow& row, const AgentMatch& match, const RowIndex& 
 
 }  // namespace
 
-std::vector<AgentInstance> AgentCatalog::instances(const std::vector<ProcessInfoRow>& rows,
-                                                   const Matches& matches) {
+std::vector<AgentInstance> of(const std::vector<ProcessInfoRow>& rows, const Matches& matches) {
     RowIndex byPID;
     for (const auto& row : rows)
         byPID.emplace(row.pid, &row);
@@ -80,4 +77,4 @@ std::vector<AgentInstance> AgentCatalog::instances(const std::vector<ProcessInfo
     return result;
 }
 
-}  // namespace vigilmoth
+}  // namespace vigilmoth::AgentInstances

@@ -1,10 +1,10 @@
-// Applying the catalog's rules to one process, and grouping matched processes into agents.
+#include "catalog/AgentMatching.h"
+
 #include <algorithm>
 
-#include "catalog/AgentCatalog.h"
 #include "catalog/CommandText.h"
 
-namespace vigilmoth {
+namespace vigilmoth::AgentMatching {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -15,7 +15,7 @@ bool contains(const Words& words, std::string_view word) {
 
 struct ProcessTest {
     const ProcessInfoRow& row;
-    const AgentCatalog::Command& command;
+    const CommandDecoding::Command& command;
 
     bool operator()(const ProcessMatcher::Name& matcher) const {
         return contains(command.names, CommandText::lowered(matcher.name));
@@ -70,16 +70,18 @@ struct ArgumentTest {
     bool operator()(const ArgumentPattern::Any&) const { return true; }
 };
 
-bool matches(const ProcessInfoRow& row, const AgentCatalog::Command& command,
+}  // namespace
+
+bool matches(const ProcessInfoRow& row, const CommandDecoding::Command& command,
              const ProcessMatcher& matcher) {
     return std::visit(ProcessTest{row, command}, matcher.value);
 }
 
-bool matches(const AgentCatalog::Command& command, const ArgumentPattern& pattern) {
+bool matches(const CommandDecoding::Command& command, const ArgumentPattern& pattern) {
     return std::visit(ArgumentTest{command.arguments}, pattern.value);
 }
 
-std::optional<AgentRole> role(const ProcessInfoRow& row, const AgentCatalog::Command& command,
+std::optional<AgentRole> role(const ProcessInfoRow& row, const CommandDecoding::Command& command,
                               const AgentDefinition& definition) {
     bool matched = std::any_of(
         definition.matchers.begin(), definition.matchers.end(), [&](const AgentMatcher& matcher) {
@@ -98,45 +100,4 @@ std::optional<AgentRole> role(const ProcessInfoRow& row, const AgentCatalog::Com
                                                              : AgentRole::session;
 }
 
-std::optional<AgentMatch> firstOfKind(const std::vector<AgentDefinition>& definitions,
-                                      AgentDefinition::Kind kind, const ProcessInfoRow& row,
-                                      const AgentCatalog::Command& command) {
-    for (const auto& definition : definitions) {
-        if (definition.kind != kind) continue;
-        if (auto found = role(row, command, definition)) return AgentMatch{definition, *found};
-    }
-    return std::nullopt;
-}
-
-}  // namespace
-
-AgentDefinition AgentCatalog::userDefinition(const std::string& name) {
-    AgentDefinition definition;
-    definition.id = "user:" + name;
-    definition.displayName = name;
-    definition.level = AgentDefinition::Level::generic;
-    definition.kind = AgentDefinition::Kind::cli;
-    definition.matchers.push_back({ProcessMatcher::name(name), ArgumentPattern::any(), {}});
-    definition.verified = false;
-    return definition;
-}
-
-std::optional<AgentMatch> AgentCatalog::match(const ProcessInfoRow& row,
-                                              const std::vector<std::string>& userNames) const {
-    const Command decoded = command(row);
-    using Kind = AgentDefinition::Kind;
-    if (auto found = firstOfKind(definitions, Kind::desktop, row, decoded)) return found;
-    // A command-line name inside an application bundle belongs to that application, unless a
-    // script interpreter runs it.
-    bool inBundle = row.executablePath.find(".app/Contents/") != std::string::npos;
-    if (!inBundle || decoded.interpreted) {
-        if (auto found = firstOfKind(definitions, Kind::cli, row, decoded)) return found;
-    }
-    for (const auto& name : userNames) {
-        if (contains(decoded.names, CommandText::lowered(name)))
-            return AgentMatch{userDefinition(name), AgentRole::session};
-    }
-    return std::nullopt;
-}
-
-}  // namespace vigilmoth
+}  // namespace vigilmoth::AgentMatching

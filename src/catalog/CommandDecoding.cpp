@@ -1,11 +1,10 @@
-// Decoding a command line into the names under which its program may be known: agents are
-// often started through a launcher (npx, uv ...) or as a script of an interpreter.
+#include "catalog/CommandDecoding.h"
+
 #include <algorithm>
 
-#include "catalog/AgentCatalog.h"
 #include "catalog/CommandText.h"
 
-namespace vigilmoth {
+namespace vigilmoth::CommandDecoding {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -53,14 +52,14 @@ InterpreterFlags flags(std::string_view interpreter) {
 // The program a launcher runs: the word after one of its subcommand sequences, among the first
 // three positional words.
 std::optional<Decoded> launched(const std::string& name, const Words& rest) {
-    const auto& launchers = AgentCatalog::launchers();
-    auto launcher = launchers.find(name);
-    if (launcher == launchers.end()) return std::nullopt;
-    const auto& switches = AgentCatalog::launcherSwitches();
+    const auto& known = launchers();
+    auto launcher = known.find(name);
+    if (launcher == known.end()) return std::nullopt;
+    const auto& switches = launcherSwitches();
     auto ownSwitches = switches.find(name);
     auto takesValue = [&](const std::string& word) {
         if (ownSwitches != switches.end() && ownSwitches->second.contains(word)) return false;
-        return AgentCatalog::launcherValuedFlags().contains(word);
+        return launcherValuedFlags().contains(word);
     };
     std::vector<size_t> positional;
     for (size_t index = 0; index < rest.size() && positional.size() < 3;) {
@@ -79,8 +78,8 @@ std::optional<Decoded> launched(const std::string& name, const Words& rest) {
             [&](const std::string& expected, size_t index) { return rest[index] == expected; });
         if (!fits) continue;
         size_t candidate = positional[sequence.size()];
-        if (AgentCatalog::isCommandTarget(rest[candidate]))
-            return Decoded{AgentCatalog::targetName(rest[candidate]), after(rest, candidate)};
+        if (isCommandTarget(rest[candidate]))
+            return Decoded{targetName(rest[candidate]), after(rest, candidate)};
     }
     return std::nullopt;
 }
@@ -92,7 +91,7 @@ std::optional<Decoded> script(const std::string& interpreter, const Words& rest)
     for (size_t index = 0; index < rest.size(); ++index) {
         const auto& word = rest[index];
         if (!CommandText::startsWith(word, "-") || word == "-")
-            return Decoded{AgentCatalog::targetName(word), after(rest, index)};
+            return Decoded{targetName(word), after(rest, index)};
         if (interpreterFlags.inlineCode.contains(word)) return std::nullopt;
         if (interpreterFlags.valued.contains(word)) {
             ++index;
@@ -116,7 +115,7 @@ void appendName(Words& names, std::string name) {
 
 }  // namespace
 
-bool AgentCatalog::isCommandTarget(std::string_view word) {
+bool isCommandTarget(std::string_view word) {
     if (CommandText::startsWith(word, "npm:")) word.remove_prefix(4);
     if (CommandText::startsWith(word, "jsr:")) word.remove_prefix(4);
     if (CommandText::startsWith(word, "@")) return true;
@@ -126,7 +125,7 @@ bool AgentCatalog::isCommandTarget(std::string_view word) {
     return parent == "bin" || parent == ".bin";
 }
 
-std::string AgentCatalog::targetName(std::string_view word) {
+std::string targetName(std::string_view word) {
     std::string_view name = CommandText::baseName(word);
     if (CommandText::startsWith(name, "npm:")) name.remove_prefix(4);
     if (CommandText::startsWith(name, "jsr:")) name.remove_prefix(4);
@@ -135,7 +134,7 @@ std::string AgentCatalog::targetName(std::string_view word) {
     return CommandText::lowered(name);
 }
 
-AgentCatalog::Command AgentCatalog::command(const ProcessInfoRow& row) {
+Command command(const ProcessInfoRow& row) {
     const std::string argName =
         row.arguments.empty() ? std::string() : CommandText::loweredBaseName(row.arguments[0]);
     const std::string exeName = CommandText::loweredBaseName(row.executablePath);
@@ -170,4 +169,103 @@ AgentCatalog::Command AgentCatalog::command(const ProcessInfoRow& row) {
     return command;
 }
 
-}  // namespace vigilmoth
+const std::unordered_map<std::string, std::vector<std::vector<std::string>>>& launchers() {
+    static const std::unordered_map<std::string, std::vector<std::vector<std::string>>> table = {
+        {"npx", {{}}},
+        {"pnpx", {{}}},
+        {"bunx", {{}}},
+        {"uvx", {{}}},
+        {"bun", {{"run"}, {"x"}}},
+        {"deno", {{"run"}}},
+        {"pnpm", {{"dlx"}, {"exec"}}},
+        {"yarn", {{"dlx"}}},
+        {"npm", {{"exec"}}},
+        {"uv", {{"tool", "run"}, {"run"}}},
+        {"pipx", {{"run"}}},
+    };
+    return table;
+}
+
+const WordSet& launcherValuedFlags() {
+    static const WordSet flags = {
+        "-p",
+        "--package",
+        "--from",
+        "--with",
+        "--with-editable",
+        "--with-requirements",
+        "--python",
+        "--spec",
+        "-c",
+        "--call",
+        "--config",
+        "--cwd",
+        "--filter",
+        "--import-map",
+        "--lock",
+        "--index-url",
+        "--directory",
+        "--project",
+        "--env-file",
+        "-w",
+        "--workspace",
+        "--prefix",
+        "-C",
+        "--dir",
+        "--extra",
+        "--no-extra",
+        "--group",
+        "--no-group",
+        "--only-group",
+        "--index",
+        "--default-index",
+        "--extra-index-url",
+        "--find-links",
+        "--constraints",
+        "--overrides",
+        "--build-constraints",
+        "--config-file",
+        "--config-setting",
+        "--cache-dir",
+        "--python-preference",
+        "--python-platform",
+        "--resolution",
+        "--prerelease",
+        "--exclude-newer",
+        "--fork-strategy",
+        "--index-strategy",
+        "--keyring-provider",
+        "--link-mode",
+        "--allow-insecure-host",
+        "--refresh-package",
+        "--reinstall-package",
+        "--upgrade-package",
+        "--no-binary-package",
+        "--no-build-package",
+        "--pip-args",
+        "--registry",
+        "--userconfig",
+        "--cache",
+        "--loglevel",
+        "--reporter",
+        "--workspace-concurrency",
+        "--loader",
+        "--preload",
+        "--define",
+        "--port",
+        "--log-level",
+        "--location",
+        "--seed",
+    };
+    return flags;
+}
+
+const std::unordered_map<std::string, WordSet>& launcherSwitches() {
+    static const std::unordered_map<std::string, WordSet> switches = {
+        {"pnpm", {"-w"}},
+        {"deno", {"--env-file"}},
+    };
+    return switches;
+}
+
+}  // namespace vigilmoth::CommandDecoding

@@ -1,61 +1,15 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
 #include "base/Date.h"
 #include "catalog/AgentDefinition.h"
 #include "catalog/ProcessCensus.h"
+#include "decision/VerdictReason.h"
 #include "evidence/StateReport.h"
 
 namespace vigilmoth {
-
-// Why the rules read an agent the way they did. The text is shown to the user; the code is
-// what the lab writes and compares, so it never changes with the wording.
-struct VerdictReason {
-    enum class Kind {
-        runningCommand,
-        backgroundJob,
-        writingSessionFile,
-        workedRecently,
-        noActivity,
-        onlyWeakSigns,
-        reportsBusy,
-        holdsSleepAssertion,
-        cpuActivity,
-        asksPermission,
-        awaitsApproval,
-        atPrompt,
-        alwaysWorkingByRule,
-        ignoredByRule,
-    };
-
-    Kind kind = Kind::noActivity;
-    // The count, seconds ago or minutes of the first six cases; 0 for the others.
-    std::int64_t value = 0;
-
-    static VerdictReason runningCommand(std::int64_t count) {
-        return {Kind::runningCommand, count};
-    }
-    static VerdictReason backgroundJob(std::int64_t count) { return {Kind::backgroundJob, count}; }
-    static VerdictReason writingSessionFile(std::int64_t secondsAgo) {
-        return {Kind::writingSessionFile, secondsAgo};
-    }
-    static VerdictReason workedRecently(std::int64_t secondsAgo) {
-        return {Kind::workedRecently, secondsAgo};
-    }
-    static VerdictReason noActivity(std::int64_t minutes) { return {Kind::noActivity, minutes}; }
-    static VerdictReason onlyWeakSigns(std::int64_t minutes) {
-        return {Kind::onlyWeakSigns, minutes};
-    }
-    static VerdictReason plain(Kind kind) { return {kind, 0}; }
-
-    std::string text() const;
-    std::string code() const;
-
-    bool operator==(const VerdictReason&) const = default;
-};
 
 struct AgentVerdict {
     enum class Confidence { reported, inferredStrong, inferredWeak };
@@ -88,9 +42,5 @@ struct AgentReading {
 
     bool operator==(const AgentReading&) const = default;
 };
-
-// Whole seconds of a duration, truncated toward zero; nonsense (NaN, infinite, beyond any
-// real age) is held to a finite value so that reasons never carry undefined numbers.
-std::int64_t wholeSeconds(double seconds);
 
 }  // namespace vigilmoth

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <string>
 
 #include "base/Date.h"
 #include "decision/HoldSubject.h"
@@ -9,9 +8,9 @@
 
 namespace vigilmoth {
 
-// The one-line reason for the menu bar: why the Mac is held awake, or why it may sleep.
-// A tag with the payload its case needs; the factories fill only that payload, so that
-// equality compares like with like.
+// The one-line reason for the menu bar: why the Mac is held awake, or why it may sleep. A tag
+// with the payload its case needs; the factories fill only that payload, so that equality
+// compares like with like. The words are ui/'s (`HoldHeadlineText`).
 struct HoldHeadline {
     enum class Kind {
         working,
@@ -57,10 +56,8 @@ struct HoldHeadline {
     static HoldHeadline noAgents() { return {Kind::noAgents, {}, {}, {}}; }
     static HoldHeadline switchedOff() { return {Kind::switchedOff, {}, {}, {}}; }
 
+    // The cases that hold the Mac awake; every other one lets it sleep.
     bool keepsAwake() const;
-    // The words after "Awake: "; absent for the cases that let the Mac sleep.
-    std::optional<std::string> awakeReason() const;
-    std::string text() const;
 
     bool operator==(const HoldHeadline&) const = default;
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 namespace vigilmoth {
 
 // A battery or heat limit that lets the Mac sleep whatever the agents do.
@@ -15,8 +13,6 @@ struct SafetyStop {
     static SafetyStop batteryLow(int percent) { return {Kind::batteryLow, percent}; }
     static SafetyStop weakCharger(int percent) { return {Kind::weakCharger, percent}; }
     static SafetyStop tooHot() { return {Kind::tooHot, 0}; }
-
-    std::string notificationText() const;
 
     bool operator==(const SafetyStop&) const = default;
 };

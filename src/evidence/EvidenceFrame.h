@@ -83,36 +83,4 @@ AgentEvidence decodeJSON<AgentEvidence>(const nlohmann::json& value);
 template <>
 EvidenceFrame decodeJSON<EvidenceFrame>(const nlohmann::json& value);
 
-template <>
-struct NameCoded<AgentDefinition::Level> {
-    using Level = AgentDefinition::Level;
-    static constexpr std::array codedNames{
-        std::pair{Level::state, std::string_view("state")},
-        std::pair{Level::activity, std::string_view("activity")},
-        std::pair{Level::generic, std::string_view("generic")},
-    };
-    static constexpr std::string_view unknownMessage = "Unknown Level ";
-};
-
-template <>
-struct NameCoded<AgentDefinition::Kind> {
-    using Kind = AgentDefinition::Kind;
-    static constexpr std::array codedNames{
-        std::pair{Kind::cli, std::string_view("cli")},
-        std::pair{Kind::desktop, std::string_view("desktop")},
-    };
-    static constexpr std::string_view unknownMessage = "Unknown Kind ";
-};
-
-template <>
-struct NameCoded<AgentRole> {
-    static constexpr std::array codedNames{
-        std::pair{AgentRole::session, std::string_view("session")},
-        std::pair{AgentRole::engine, std::string_view("engine")},
-        std::pair{AgentRole::helper, std::string_view("helper")},
-        std::pair{AgentRole::helperMaybeSession, std::string_view("maybeSession")},
-    };
-    static constexpr std::string_view unknownMessage = "Unknown AgentRole ";
-};
-
 }  // namespace vigilmoth

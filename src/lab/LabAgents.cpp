@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "catalog/AgentCatalog.h"
 #include "decision/DetectionSettingsStore.h"
 
 namespace vigilmoth::LabAgents {
@@ -33,7 +34,7 @@ bool run(const std::vector<std::string>&, LabContext& context) {
     for (const auto& row : *rows) {
         if (auto match = catalog.match(row, userNames)) matches.emplace(row.pid, std::move(*match));
     }
-    context.out << describe(AgentCatalog::instances(*rows, matches));
+    context.out << describe(AgentInstances::of(*rows, matches));
     return true;
 }
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "catalog/AgentCatalog.h"
-#include "lab/LabCommand.h"
+#include "catalog/AgentInstances.h"
+#include "lab/LabContext.h"
 
 // --lab-agents: the agents that vigilmoth recognises right now, from one census.
 namespace vigilmoth::LabAgents {

@@ -1,23 +1,28 @@
 #include "lab/LabCommand.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 
 #include "lab/LabAgents.h"
-#include "lab/LabCommands.h"
 #include "lab/LabHooks.h"
+#include "lab/LabMarkCommand.h"
+#include "lab/LabReadCommands.h"
 
 namespace vigilmoth::LabCommand {
 namespace {
 
+using Parameters = std::vector<std::string>;
 using Handler = std::function<bool(const Parameters&, LabContext&)>;
 
 // One entry per lab command; the dispatch below knows nothing else about them.
 const std::map<std::string, Handler>& commands() {
     static const std::map<std::string, Handler> table = {
-        {"--lab-agents", LabAgents::run},  {"--lab-hooks", LabHooks::run},
-        {"--lab-mark", markCommand},       {"--lab-score", scoreCommand},
-        {"--lab-notices", noticesCommand},
+        {"--lab-agents", LabAgents::run},
+        {"--lab-hooks", LabHooks::run},
+        {"--lab-mark", LabMarkCommand::run},
+        {"--lab-score", LabReadCommands::runScore},
+        {"--lab-notices", LabReadCommands::runNotices},
     };
     return table;
 }

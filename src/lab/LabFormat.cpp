@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "lab/LabError.h"
+#include "ui/HoldHeadlineText.h"
 
 namespace vigilmoth {
 namespace {
@@ -163,7 +164,7 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
 LabLine sample(const EvidenceFrame& frame, const HoldDecision& decision,
                std::optional<double> cost) {
     std::vector<LabVerdict> verdicts;
-    std::string headline = decision.headline.text();
+    std::string headline = HoldHeadlineText::text(decision.headline);
     for (const auto& hold : decision.perAgent) {
         const auto& reading = hold.reading;
         LabVerdict verdict{.id = withoutPath(reading.agentID),

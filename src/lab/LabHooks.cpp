@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "hooks/HookInstaller.h"
-#include "hooks/SystemHookFileAccess.h"
+#include "hooks/install/HookInstaller.h"
+#include "hooks/install/SystemHookFileAccess.h"
 
 namespace vigilmoth::LabHooks {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/LabCommand.h"
+#include "lab/LabContext.h"
 
 namespace vigilmoth::LabHooks {
 

@@ -1,10 +1,11 @@
-#include "lab/LabCommands.h"
+#include "lab/LabMarkCommand.h"
+
 #include "lab/LabError.h"
 #include "lab/LabRecorder.h"
 
-namespace vigilmoth::LabCommand {
+namespace vigilmoth::LabMarkCommand {
 
-bool markCommand(const Parameters& parameters, LabContext& context) {
+bool run(const std::vector<std::string>& parameters, LabContext& context) {
     auto truth = parameters.size() >= 2 ? namedCase<LabTruth>(parameters[1]) : std::nullopt;
     if (!truth) {
         context.err << "Usage: --lab-mark <agent> <working|waiting|idle|gone> [note]\n";
@@ -36,4 +37,4 @@ bool mark(const std::string& agent, LabTruth truth, const std::optional<std::str
     return true;
 }
 
-}  // namespace vigilmoth::LabCommand
+}  // namespace vigilmoth::LabMarkCommand

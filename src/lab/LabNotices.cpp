@@ -24,15 +24,7 @@ struct Seen {
 };
 
 std::string word(ReportedState state) {
-    switch (state) {
-        case ReportedState::working:
-            return "working";
-        case ReportedState::waitingForUser:
-            return "waiting";
-        case ReportedState::idle:
-            return "idle";
-    }
-    return "";
+    return std::string(codedName(state).value_or(""));
 }
 
 std::string words(const Seen& pair) {

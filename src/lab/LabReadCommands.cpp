@@ -1,14 +1,15 @@
+#include "lab/LabReadCommands.h"
+
 #include <fstream>
 #include <sstream>
 
-#include "lab/LabCommands.h"
+#include "base/Utf8.h"
 #include "lab/LabError.h"
 #include "lab/LabFormat.h"
 #include "lab/LabNotices.h"
 #include "lab/LabReplay.h"
-#include "lab/LabText.h"
 
-namespace vigilmoth::LabCommand {
+namespace vigilmoth::LabReadCommands {
 namespace {
 
 void fail(LabContext& context, const std::string& message) {
@@ -32,7 +33,7 @@ std::optional<LabRecording> readRecording(const std::string& path, LabContext& c
         return std::nullopt;
     }
     try {
-        return LabFormat::recording(LabText::validUTF8(bytes.str()));
+        return LabFormat::recording(repairedUtf8(bytes.str()));
     } catch (const LabError& error) {
         fail(context, error.description());
         return std::nullopt;
@@ -47,12 +48,12 @@ bool print(const std::string& text, LabContext& context) {
 
 }  // namespace
 
-bool scoreCommand(const Parameters& parameters, LabContext& context) {
+bool runScore(const std::vector<std::string>& parameters, LabContext& context) {
     if (parameters.empty()) return usage(context, "Usage: --lab-score <file>\n");
     return score(parameters[0], context);
 }
 
-bool noticesCommand(const Parameters& parameters, LabContext& context) {
+bool runNotices(const std::vector<std::string>& parameters, LabContext& context) {
     if (parameters.empty()) return usage(context, "Usage: --lab-notices <file>\n");
     return notices(parameters[0], context);
 }
@@ -69,4 +70,4 @@ bool notices(const std::string& path, LabContext& context) {
     return print(LabNotices::report(*recording), context);
 }
 
-}  // namespace vigilmoth::LabCommand
+}  // namespace vigilmoth::LabReadCommands

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "decision/HoldSubject.h"
+#include "decision/SleepOutlook.h"
+#include "ui/MachineWord.h"
 
 namespace vigilmoth {
 
@@ -15,6 +18,19 @@ std::string phrase(const HoldSubject& subject, std::string_view one, std::string
 
 // A whole percentage with its sign, as the battery and safety texts show it.
 std::string percent(int n);
+
+// How long a wait keeps the machine awake: whole minutes, at least one, so that anything under
+// two minutes reads "1 minute".
+std::string timeLeft(double seconds);
+// "3 more minutes"; from an hour on, the coarser units of timeLeft and " more".
+std::string moreTime(double seconds);
+
+// The panel's line on what happens when the wait runs out; none when nothing is said.
+std::optional<std::string> sleepOutlook(const SleepOutlook& outlook,
+                                        MachineWord machine = kMachineWord);
+// The same, as the tail of a waiting agent's headline.
+std::optional<std::string> waitingEnd(const SleepOutlook& outlook,
+                                      MachineWord machine = kMachineWord);
 
 }  // namespace PanelText
 }  // namespace vigilmoth

@@ -1,4 +1,6 @@
-// Show that the calendar finds the next wall-clock time across changes of the clocks.
+// Show that the calendar finds the next wall-clock time across changes of the clocks, and that
+// its one local-time formatter and its search read the local clock alike.
+#include <cstdio>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -27,6 +29,40 @@ TEST(CalendarTest, NextSixOClock) {
         {"new year", "UTC0", 1798718400, 1798783200},
     };
     testing::expectInZones(cases, [](Date after) { return Calendar{}.nextDate(after, 6, 0, 0); });
+}
+
+// One table read both ways: the local clock the formatter writes for a moment, and the moment
+// the search finds for that clock reading.
+TEST(CalendarTest, TheFormatterAndTheSearchAgree) {
+    const struct {
+        const char* name;
+        const char* zone;
+        double at;
+        const char* local;
+    } cases[] = {
+        {"UTC", "UTC0", 1781071200, "2026-06-10 06:00:00"},
+        {"summer time", "CET-1CEST,M3.5.0,M10.5.0/3", 1781071200, "2026-06-10 08:00:00"},
+        {"winter time", "CET-1CEST,M3.5.0,M10.5.0/3", 1798718400, "2026-12-31 13:00:00"},
+        {"west of Greenwich", "EST5EDT,M3.2.0,M11.1.0", 1798718400, "2026-12-31 07:00:00"},
+        {"just after the clocks jump", jumpsAtSix, 1774760400, "2026-03-29 07:00:00"},
+        {"the first of a repeated hour", jumpsAtSix, 1792900800, "2026-10-25 06:00:00"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        testing::ScopedTimeZone zone(c.zone);
+        EXPECT_EQ(Calendar{}.formatted(Date(c.at), "%Y-%m-%d %H:%M:%S"), c.local);
+        int hour = 0, minute = 0, second = 0;
+        ASSERT_EQ(std::sscanf(c.local + 11, "%d:%d:%d", &hour, &minute, &second), 3);
+        EXPECT_EQ(Calendar{}.nextDate(Date(c.at - 1), hour, minute, second), Date(c.at));
+    }
+}
+
+TEST(CalendarTest, NoTextForADateBeyondTheYears) {
+    for (double at : {std::numeric_limits<double>::infinity(),
+                      std::numeric_limits<double>::quiet_NaN(), 1e300, -1e300}) {
+        SCOPED_TRACE(at);
+        EXPECT_EQ(Calendar{}.formatted(Date(at), "%H:%M:%S"), std::nullopt);
+    }
 }
 
 TEST(CalendarTest, NoDateForANonFiniteStart) {

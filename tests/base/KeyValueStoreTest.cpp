@@ -1,88 +1,10 @@
-// Show that the file-backed settings store never leaves half a file behind and that two
-// processes writing at once both keep what they wrote.
-#include "platform/linux/FileKeyValueStore.h"
-
-#include <signal.h>
+// Show that the memory store keeps what is set and forgets what is removed.
+#include "base/KeyValueStore.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <thread>
-
-#include "support/TestSupport.h"
-
 namespace vigilmoth {
 namespace {
-
-using namespace testing;
-
-TEST(KeyValueStoreTest, KeepsTypesAcrossAnotherInstance) {
-    TemporaryFolder folder;
-    std::string path = folder / "nested/defaults.json";
-    FileKeyValueStore writer(path);
-    writer.set("StateAggregator.enabled", true);
-    writer.set("StateAggregator.mode", "working");
-    writer.set("DetectionSettings", nlohmann::json{{"waitingHold", 300}});
-    writer.set("Gone", 1);
-    writer.remove("Gone");
-    writer.remove("NeverThere");
-
-    FileKeyValueStore reader(path);
-    EXPECT_EQ(reader.boolValue("StateAggregator.enabled"), true);
-    EXPECT_EQ(reader.stringValue("StateAggregator.mode"), "working");
-    EXPECT_EQ(reader.numberValue("StateAggregator.mode"), std::nullopt);
-    EXPECT_EQ(reader.value("DetectionSettings"), (nlohmann::json{{"waitingHold", 300}}));
-    EXPECT_EQ(reader.value("Gone"), std::nullopt);
-}
-
-TEST(KeyValueStoreTest, DamagedFileReadsAsEmptyAndIsReplacedOnTheNextChange) {
-    TemporaryFolder folder;
-    std::string path = folder / "defaults.json";
-    for (const std::string damaged : {"", "{\"a\": tru", "[1, 2]", "\xff\xfe", "null"}) {
-        SCOPED_TRACE(damaged);
-        writeFile(path, damaged);
-        FileKeyValueStore store(path);
-        EXPECT_EQ(store.value("a"), std::nullopt);
-        store.set("a", 1);
-        EXPECT_EQ(nlohmann::json::parse(readFile(path)), (nlohmann::json{{"a", 1}}));
-    }
-}
-
-TEST(KeyValueStoreTest, WriterKilledMidWriteLeavesAWholeFile) {
-    TemporaryFolder folder;
-    std::string path = folder / "defaults.json";
-    FileKeyValueStore(path).set("kept", "before");
-    for (int round = 0; round < 12; ++round) {
-        SCOPED_TRACE(round);
-        BackgroundProcess writer(testProgram("kv_writer"), {path, "big", "0", "200000"});
-        ASSERT_TRUE(writer.waitForOutput("writing"));
-        std::this_thread::sleep_for(std::chrono::milliseconds(3 + round * 7));
-        writer.signal(SIGKILL);
-        writer.wait();
-
-        auto parsed = nlohmann::json::parse(readFile(path), nullptr, false);
-        ASSERT_FALSE(parsed.is_discarded()) << "half a file after a crash";
-        EXPECT_EQ(parsed["kept"], "before");
-    }
-}
-
-TEST(KeyValueStoreTest, TwoWritersKeepEveryKey) {
-    TemporaryFolder folder;
-    std::string path = folder / "defaults.json";
-    constexpr int kCount = 60;
-    BackgroundProcess first(testProgram("kv_writer"),
-                            {path, "first.", std::to_string(kCount), "10"});
-    BackgroundProcess second(testProgram("kv_writer"),
-                             {path, "second.", std::to_string(kCount), "10"});
-    EXPECT_EQ(first.wait(60), 0);
-    EXPECT_EQ(second.wait(60), 0);
-
-    FileKeyValueStore store(path);
-    for (int i = 0; i < kCount; ++i) {
-        EXPECT_TRUE(store.value("first." + std::to_string(i))) << "lost first." << i;
-        EXPECT_TRUE(store.value("second." + std::to_string(i))) << "lost second." << i;
-    }
-}
 
 TEST(KeyValueStoreTest, MemoryStoreForgetsRemovedKeys) {
     MemoryKeyValueStore store;

@@ -1,6 +1,8 @@
 // Show that the standard catalog holds every known agent in matching order, with the names,
 // levels and flags that the rest of the program keys on, and the word lists used for decoding.
 #include "catalog/AgentCatalog.h"
+#include "catalog/AgentDefinitions.h"
+#include "catalog/CommandDecoding.h"
 
 #include <gtest/gtest.h>
 
@@ -94,12 +96,12 @@ TEST(AgentCatalogTest, HoldsEveryDefinitionInMatchingOrder) {
 }
 
 TEST(AgentCatalogTest, DesktopDefinitionsComeFirstAndBothListsMakeTheCatalog) {
-    EXPECT_EQ(AgentCatalog::desktopDefinitions().size(), 5u);
-    EXPECT_EQ(AgentCatalog::cliDefinitions().size(), 46u);
+    EXPECT_EQ(AgentDefinitions::desktop().size(), 5u);
+    EXPECT_EQ(AgentDefinitions::cli().size(), 46u);
     const auto& standard = AgentCatalog::standard();
     EXPECT_EQ(&standard, &AgentCatalog::standard()) << "built once and shared";
-    EXPECT_EQ(standard.definitions[4], AgentCatalog::desktopDefinitions()[4]);
-    EXPECT_EQ(standard.definitions[5], AgentCatalog::cliDefinitions()[0]);
+    EXPECT_EQ(standard.definitions[4], AgentDefinitions::desktop()[4]);
+    EXPECT_EQ(standard.definitions[5], AgentDefinitions::cli()[0]);
 }
 
 TEST(AgentCatalogTest, ProcessNamesComeOnlyFromNameMatchers) {
@@ -183,7 +185,7 @@ TEST(AgentCatalogTest, UnlessListsGuardNamesSharedWithOtherTools) {
     EXPECT_EQ(goose[1], ArgumentPattern::contains({"-dir"}));
     const auto& kilo = catalog.definition("kilo")->matchers.at(0).unless;
     ASSERT_EQ(kilo.size(), 1u);
-    EXPECT_EQ(kilo[0], ArgumentPattern::oneFile(AgentCatalog::textFileExtensions()));
+    EXPECT_EQ(kilo[0], ArgumentPattern::oneFile(AgentDefinitions::textFileExtensions()));
     const auto& copilot = catalog.definition("copilot")->matchers.at(0).unless;
     ASSERT_EQ(copilot.size(), 1u);
     EXPECT_EQ(std::get<ArgumentPattern::FirstIsOne>(copilot[0].value).of.size(), 8u);
@@ -191,17 +193,17 @@ TEST(AgentCatalogTest, UnlessListsGuardNamesSharedWithOtherTools) {
 }
 
 TEST(AgentCatalogTest, WordListsHaveTheirSizesAndSpecialCases) {
-    EXPECT_EQ(AgentCatalog::cursorShells().size(), 10u);
-    EXPECT_EQ(AgentCatalog::textFileExtensions().size(), 29u);
-    EXPECT_EQ(AgentCatalog::launchers().size(), 11u);
-    EXPECT_EQ(AgentCatalog::launcherValuedFlags().size(), 68u);
-    EXPECT_EQ(AgentCatalog::launchers().at("uv"),
+    EXPECT_EQ(AgentDefinitions::cursorShells().size(), 10u);
+    EXPECT_EQ(AgentDefinitions::textFileExtensions().size(), 29u);
+    EXPECT_EQ(CommandDecoding::launchers().size(), 11u);
+    EXPECT_EQ(CommandDecoding::launcherValuedFlags().size(), 68u);
+    EXPECT_EQ(CommandDecoding::launchers().at("uv"),
               (std::vector<std::vector<std::string>>{{"tool", "run"}, {"run"}}));
-    EXPECT_EQ(AgentCatalog::launchers().at("npx"), (std::vector<std::vector<std::string>>{{}}));
-    EXPECT_EQ(AgentCatalog::launcherSwitches().at("pnpm"), WordSet{"-w"});
-    EXPECT_EQ(AgentCatalog::launcherSwitches().at("deno"), WordSet{"--env-file"});
-    EXPECT_TRUE(AgentCatalog::launcherValuedFlags().contains("-C"));
-    EXPECT_FALSE(AgentCatalog::launcherValuedFlags().contains("-y"));
+    EXPECT_EQ(CommandDecoding::launchers().at("npx"), (std::vector<std::vector<std::string>>{{}}));
+    EXPECT_EQ(CommandDecoding::launcherSwitches().at("pnpm"), WordSet{"-w"});
+    EXPECT_EQ(CommandDecoding::launcherSwitches().at("deno"), WordSet{"--env-file"});
+    EXPECT_TRUE(CommandDecoding::launcherValuedFlags().contains("-C"));
+    EXPECT_FALSE(CommandDecoding::launcherValuedFlags().contains("-y"));
 }
 
 }  // namespace

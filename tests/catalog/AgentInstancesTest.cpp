@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "catalog/AgentCatalog.h"
+#include "catalog/AgentInstances.h"
 
 namespace vigilmoth {
 namespace {
@@ -36,9 +37,9 @@ std::vector<std::string> grouped(const std::vector<Process>& processes) {
         }
     }
     std::vector<std::string> result;
-    for (const auto& instance : AgentCatalog::instances(rows, matches)) {
-        std::string text = instance.definition.id + " " + roleWord(instance.role) + " " +
-                           std::to_string(instance.rootPID) + ":";
+    for (const auto& instance : AgentInstances::of(rows, matches)) {
+        std::string text = instance.definition.id + " " + std::string(roleWord(instance.role)) +
+                           " " + std::to_string(instance.rootPID) + ":";
         for (const auto& row : instance.rows)
             text += " " + std::to_string(row.pid);
         EXPECT_EQ(instance.rootStartTime, 1000 + instance.rootPID);
@@ -120,7 +121,7 @@ TEST(AgentInstancesTest, InstanceRowsAreTheCensusRows) {
     child.ppid = 5;
     child.arguments = {"rg"};
     AgentDefinition definition = *AgentCatalog::standard().definition("claude");
-    auto instances = AgentCatalog::instances({root, child}, {{5, AgentMatch{definition, session}}});
+    auto instances = AgentInstances::of({root, child}, {{5, AgentMatch{definition, session}}});
     ASSERT_EQ(instances.size(), 1u);
     EXPECT_EQ(instances[0].definition, definition);
     EXPECT_EQ(instances[0].rootPID, 5);

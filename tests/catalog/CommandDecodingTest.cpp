@@ -2,7 +2,7 @@
 // targets into the names an agent may be known by, and the arguments after its name.
 #include <gtest/gtest.h>
 
-#include "catalog/AgentCatalog.h"
+#include "catalog/CommandDecoding.h"
 
 namespace vigilmoth {
 namespace {
@@ -114,7 +114,7 @@ TEST(CommandDecodingTest, DecodesLaunchersInterpretersAndTargets) {
     };
     for (const auto& testCase : cases) {
         SCOPED_TRACE(testCase.executable + " " + joined(testCase.arguments));
-        auto command = AgentCatalog::command(process(testCase.executable, testCase.arguments));
+        auto command = CommandDecoding::command(process(testCase.executable, testCase.arguments));
         EXPECT_EQ(joined(command.names), joined(testCase.names));
         EXPECT_EQ(joined(command.arguments), joined(testCase.rest));
         EXPECT_EQ(command.interpreted, testCase.interpreted);
@@ -143,8 +143,8 @@ TEST(CommandDecodingTest, RecognisesCommandTargetsAndTheirNames) {
     };
     for (const auto& testCase : cases) {
         SCOPED_TRACE(testCase.word);
-        EXPECT_EQ(AgentCatalog::isCommandTarget(testCase.word), testCase.target);
-        EXPECT_EQ(AgentCatalog::targetName(testCase.word), testCase.name);
+        EXPECT_EQ(CommandDecoding::isCommandTarget(testCase.word), testCase.target);
+        EXPECT_EQ(CommandDecoding::targetName(testCase.word), testCase.name);
     }
 }
 

@@ -1,11 +1,9 @@
-// Show that settings load, save and migrate from the legacy allowlist in a real store file.
+// Show that settings load, save and migrate from the legacy allowlist in the settings store.
 #include <gtest/gtest.h>
 
 #include "base/DefaultsKeys.h"
 #include "catalog/AgentCatalog.h"
 #include "decision/DetectionSettingsStore.h"
-#include "platform/linux/FileKeyValueStore.h"
-#include "support/TestSupport.h"
 
 namespace vigilmoth {
 namespace {
@@ -18,8 +16,7 @@ std::vector<std::string> everyCliName(const AgentCatalog& catalog) {
 
 class DetectionSettingsStoreTest : public ::testing::Test {
 protected:
-    testing::TemporaryFolder folder;
-    FileKeyValueStore store{folder / "defaults.json"};
+    MemoryKeyValueStore store;
     const AgentCatalog& catalog = AgentCatalog::standard();
 
     bool hasLegacyKeys() const {
@@ -33,13 +30,12 @@ TEST_F(DetectionSettingsStoreTest, AnEmptyStoreLoadsTheDefaults) {
     EXPECT_FALSE(store.value(defaults_keys::detectionSettings));
 }
 
-TEST_F(DetectionSettingsStoreTest, SavedSettingsLoadBackFromAFreshStore) {
+TEST_F(DetectionSettingsStoreTest, SavedSettingsLoadBack) {
     DetectionSettings settings;
     settings.waitingHold = 42;
     settings.agentRules["goose"] = AgentRule::alwaysWorkingWhileOpen;
     DetectionSettingsStore::save(settings, store);
-    FileKeyValueStore reopened(store.path());
-    EXPECT_EQ(DetectionSettingsStore::load(reopened, catalog), settings);
+    EXPECT_EQ(DetectionSettingsStore::load(store, catalog), settings);
 }
 
 TEST_F(DetectionSettingsStoreTest, UndecodableSettingsGiveTheDefaults) {
@@ -75,8 +71,7 @@ TEST_F(DetectionSettingsStoreTest, TheLegacyAllowlistIsMigratedOnceAndRemoved) {
     EXPECT_EQ(settings.rule("gemini"), AgentRule::ignore);
     EXPECT_EQ(settings.releaseAfterState, 120);
     EXPECT_FALSE(hasLegacyKeys());
-    FileKeyValueStore reopened(store.path());
-    EXPECT_EQ(DetectionSettingsStore::load(reopened, catalog), settings);
+    EXPECT_EQ(DetectionSettingsStore::load(store, catalog), settings);
 }
 
 TEST_F(DetectionSettingsStoreTest, MigrationRules) {

@@ -5,6 +5,7 @@
 
 #include "decision/HoldPolicy.h"
 #include "support/DecisionBuilders.h"
+#include "ui/HoldHeadlineText.h"
 
 namespace vigilmoth {
 namespace {
@@ -28,7 +29,7 @@ TEST(HoldScenarioTest, AWaitHoldsForWaitingHoldThenLetsTheMacSleep) {
     TickRun run;
     for (double t = 0; t <= 20; t += 2)
         run.tickOne(at(t), codexReporting(working, t));
-    EXPECT_EQ(run.decision.headline.text(), "Awake: Codex is working");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Awake: Codex is working");
     EXPECT_EQ(run.decision.waitingEnds, std::nullopt);
 
     // The wait starts at t = 22 and holds until t = 322.
@@ -37,14 +38,16 @@ TEST(HoldScenarioTest, AWaitHoldsForWaitingHoldThenLetsTheMacSleep) {
         SCOPED_TRACE(t);
         if (t < 322) {
             EXPECT_TRUE(run.decision.hold);
-            EXPECT_EQ(run.decision.headline.text(), "Awake: Codex is waiting for you");
+            EXPECT_EQ(HoldHeadlineText::text(run.decision.headline),
+                      "Awake: Codex is waiting for you");
             EXPECT_EQ(run.decision.waitingEnds, at(322));
             EXPECT_EQ(run.decision.perAgent.at(0).cause, HoldCause::waitingForUser);
         } else {
             EXPECT_FALSE(run.decision.hold);
             EXPECT_EQ(run.decision.headline,
                       HoldHeadline::waitingReleased(HoldSubject::one("Codex")));
-            EXPECT_EQ(run.decision.headline.text(), "Mac can sleep: Codex is waiting for you");
+            EXPECT_EQ(HoldHeadlineText::text(run.decision.headline),
+                      "Mac can sleep: Codex is waiting for you");
             EXPECT_EQ(run.decision.waitingEnds, std::nullopt);
             EXPECT_EQ(run.decision.perAgent.at(0).cause, std::nullopt);
         }
@@ -68,7 +71,7 @@ TEST(HoldScenarioTest, AStateLevelAgentsGraceCanOutlastItsWait) {
         const char* expected = t < 72    ? "Awake: Claude Code is waiting for you"
                                : t < 130 ? "Awake: Claude Code finished a moment ago"
                                          : "Mac can sleep: Claude Code is waiting for you";
-        EXPECT_EQ(run.decision.headline.text(), expected);
+        EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), expected);
         EXPECT_EQ(run.decision.waitingEnds, t < 72 ? std::optional(at(130)) : std::nullopt);
     }
 }
@@ -85,11 +88,11 @@ TEST(HoldScenarioTest, OnlyStateLevelAgentsGetTheFinishedGrace) {
         codex.tickOne(at(t), codexReporting(idle, t));
         SCOPED_TRACE(t);
         EXPECT_EQ(claude.decision.hold, t < 130);
-        EXPECT_EQ(claude.decision.headline.text(), t < 130
-                                                       ? "Awake: Claude Code finished a moment ago"
-                                                       : "Mac can sleep: Claude Code is idle");
+        EXPECT_EQ(HoldHeadlineText::text(claude.decision.headline),
+                  t < 130 ? "Awake: Claude Code finished a moment ago"
+                          : "Mac can sleep: Claude Code is idle");
         EXPECT_FALSE(codex.decision.hold);
-        EXPECT_EQ(codex.decision.headline.text(), "Mac can sleep: Codex is idle");
+        EXPECT_EQ(HoldHeadlineText::text(codex.decision.headline), "Mac can sleep: Codex is idle");
     }
 }
 
@@ -101,18 +104,19 @@ TEST(HoldScenarioTest, HeadlinesForManyAgentsCountThem) {
         return std::vector{codexReporting(state, t), second};
     };
     run.tick(at(0), both(working, 0));
-    EXPECT_EQ(run.decision.headline.text(), "Awake: 2 agents are working");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Awake: 2 agents are working");
     run.tick(at(2), both(waiting, 2));
-    EXPECT_EQ(run.decision.headline.text(), "Awake: 2 agents are waiting for you");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Awake: 2 agents are waiting for you");
     run.tick(at(302), both(waiting, 302));
-    EXPECT_EQ(run.decision.headline.text(), "Mac can sleep: 2 agents are waiting for you");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline),
+              "Mac can sleep: 2 agents are waiting for you");
     run.tick(at(304), both(idle, 304));
-    EXPECT_EQ(run.decision.headline.text(), "Mac can sleep: all agents are idle");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Mac can sleep: all agents are idle");
     run.situation.mode = AwakeMode::agentOpen;
     run.tick(at(306), both(idle, 306));
-    EXPECT_EQ(run.decision.headline.text(), "Awake: 2 agents are open");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Awake: 2 agents are open");
     run.tick(at(308), {});
-    EXPECT_EQ(run.decision.headline.text(), "Mac can sleep: no agent is open");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Mac can sleep: no agent is open");
     EXPECT_TRUE(run.policy.instances.empty());
 }
 

@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "decision/CursorApprovalRule.h"
 #include "decision/VerdictRules.h"
 #include "support/DecisionBuilders.h"
 

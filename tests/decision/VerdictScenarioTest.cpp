@@ -5,6 +5,7 @@
 
 #include "decision/VerdictRules.h"
 #include "support/DecisionBuilders.h"
+#include "ui/VerdictReasonText.h"
 
 namespace vigilmoth {
 namespace {
@@ -62,7 +63,7 @@ TEST(VerdictScenarioTest, ProcessorUseAloneIsCappedAfterTheWeakEvidenceCap) {
     const auto reading = run.tickOne(at(2005), withCPU(agent(), 0.05, 5));
     EXPECT_EQ(reading.verdict, (AgentVerdict{idle, AgentVerdict::Confidence::inferredWeak,
                                              VerdictReason::onlyWeakSigns(30)}));
-    EXPECT_EQ(reading.verdict.reason.text(),
+    EXPECT_EQ(VerdictReasonText::text(reading.verdict.reason),
               "Using the processor for 30 minutes with no other sign of work");
 
     // A strong sign ends the weak-only stretch at once.
@@ -80,7 +81,7 @@ TEST(VerdictScenarioTest, TheCapFollowsTheSetting) {
     AgentReading reading;
     for (double t = 0; t <= 615; t += 5)
         reading = run.tickOne(at(t), withCPU(agent(), 0.05, 5));
-    EXPECT_EQ(reading.verdict.reason.text(),
+    EXPECT_EQ(VerdictReasonText::text(reading.verdict.reason),
               "Using the processor for 10 minutes with no other sign of work");
 }
 

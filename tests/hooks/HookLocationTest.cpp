@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "hooks/HookCatalog.h"
+#include "hooks/install/HookCatalog.h"
 
 namespace vigilmoth {
 namespace {

@@ -4,11 +4,12 @@
 
 #include <random>
 
+#include "base/Utf8.h"
 #include "decision/HoldPolicy.h"
 #include "lab/LabError.h"
 #include "lab/LabFormat.h"
-#include "lab/LabText.h"
 #include "support/DecisionBuilders.h"
+#include "support/Utf8Cases.h"
 
 namespace vigilmoth {
 namespace {
@@ -193,17 +194,24 @@ TEST(LabFormatTest, PathsAreScrubbedFromTextsAndHeaders) {
                                                 {"codex", AgentRule::ignore}}));
 }
 
-TEST(LabFormatTest, InvalidUTF8IsReplacedNotDropped) {
-    EXPECT_EQ(LabText::validUTF8("a\xFF"
-                                 "b"),
-              "a\xEF\xBF\xBD"
-              "b");
-    EXPECT_EQ(LabText::validUTF8("\xC3\xA9"), "\xC3\xA9");
-    EXPECT_EQ(LabText::validUTF8("\xED\xA0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
-    // A character cut short is one replacement, not one per byte.
-    EXPECT_EQ(LabText::validUTF8("\xF0\x9F\x98!"), "\xEF\xBF\xBD!");
-    EXPECT_EQ(LabText::validUTF8("\xF0\x9F\x98\x80"), "\xF0\x9F\x98\x80");
-    EXPECT_EQ(LabText::validUTF8("\xC0\xAF"), "\xEF\xBF\xBD\xEF\xBF\xBD");
+// A name with broken bytes reads the same whether the census repaired it before a recorder
+// wrote it, or the lab repairs the raw bytes as it reads the file.
+TEST(LabFormatTest, BrokenUtf8ReadsTheSameWrittenOrRead) {
+    auto agentOf = [](const std::string& text) {
+        auto recording = LabFormat::recording(text);
+        return recording.marks.empty() ? std::string("(no mark)") : recording.marks[0].agent;
+    };
+    for (const auto& testCase : testing::utf8Cases()) {
+        SCOPED_TRACE(testCase.name);
+        LabLine written;
+        written.mark =
+            LabMark{.at = Date(1), .agent = repairedUtf8(testCase.bytes), .truth = LabTruth::idle};
+        EXPECT_EQ(agentOf(LabFormat::line(written)), testCase.repaired);
+        const std::string raw = R"({"mark":{"agent":")" + testCase.bytes +
+                                R"(","at":1,"truth":"idle"}})"
+                                "\n";
+        EXPECT_EQ(agentOf(repairedUtf8(raw)), testCase.repaired);
+    }
 }
 
 // Broken recordings of every kind either read or fail with a line number; nothing else.
@@ -240,7 +248,7 @@ TEST(LabFormatTest, MutatedAndRandomRecordingsNeverCrash) {
                 text += static_cast<char>(random() % 256);
         }
         try {
-            auto recording = LabFormat::recording(LabText::validUTF8(text));
+            auto recording = LabFormat::recording(repairedUtf8(text));
             EXPECT_LE(recording.marks.size(), 1u);
         } catch (const LabError& error) {
             EXPECT_GE(error.lineNumber(), 1);

@@ -1,5 +1,5 @@
-// Show that recordings are named, found and marked as the lab's commands expect, with the
-// running-recording lock taken for real by another process.
+// Show that recordings are named and found as the lab's commands expect, and that the lab's
+// errors read as whole sentences.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,7 +8,6 @@
 
 #include "lab/LabError.h"
 #include "lab/LabRecorder.h"
-#include "platform/posix/SystemRecordingLock.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
@@ -61,50 +60,6 @@ TEST(LabRecorderTest, TheNewestRecordingIsTheJsonlFileModifiedLast) {
     touch(folder / "new.jsonl", 10);
     touch(folder / "newer.json", 0);
     EXPECT_EQ(LabRecorder::newestRecording(folder.path().string()), folder / "new.jsonl");
-}
-
-TEST(LabRecorderTest, ARecordingRunsOnlyWhileAnotherProcessHoldsItsLock) {
-    TemporaryFolder folder;
-    SystemRecordingLock lock;
-    std::string path = folder / "run.jsonl";
-    writeFile(path, "");
-    EXPECT_EQ(lock.probe(folder / "none.jsonl"), RecordingLocking::Probe::unavailable);
-    EXPECT_EQ(lock.probe(path), RecordingLocking::Probe::notRunning);
-    EXPECT_EQ(LabRecorder::runningRecording(folder.path().string(), lock), std::nullopt);
-    {
-        BackgroundProcess holder(testProgram("hold_flock"), {path});
-        ASSERT_TRUE(holder.waitForOutput("locked"));
-        EXPECT_EQ(lock.probe(path), RecordingLocking::Probe::running);
-        EXPECT_EQ(LabRecorder::runningRecording(folder.path().string(), lock), path);
-    }
-    // The lock dies with its holder, and probing never leaves a lock behind.
-    EXPECT_EQ(lock.probe(path), RecordingLocking::Probe::notRunning);
-    EXPECT_EQ(lock.probe(path), RecordingLocking::Probe::notRunning);
-}
-
-TEST(LabRecorderTest, AppendingAMarkNeedsARunningRecording) {
-    TemporaryFolder folder;
-    SystemRecordingLock lock;
-    std::string path = folder / "run.jsonl";
-    LabMark mark{.at = Date(1767225600.25), .agent = "codex", .truth = LabTruth::working};
-    auto thrown = [&](const std::string& target) -> std::optional<LabError> {
-        try {
-            LabRecorder::appendMark(mark, target, lock);
-        } catch (const LabError& error) {
-            return error;
-        }
-        return std::nullopt;
-    };
-    EXPECT_EQ(thrown(path), LabError::cannotWrite(path));
-    writeFile(path, "");
-    EXPECT_EQ(thrown(path), LabError::noRecording());
-    EXPECT_EQ(readFile(path), "");
-
-    BackgroundProcess holder(testProgram("hold_flock"), {path});
-    ASSERT_TRUE(holder.waitForOutput("locked"));
-    EXPECT_EQ(thrown(path), std::nullopt);
-    EXPECT_EQ(readFile(path),
-              "{\"mark\":{\"agent\":\"codex\",\"at\":1767225600.25,\"truth\":\"working\"}}\n");
 }
 
 TEST(LabRecorderTest, ErrorsDescribeThemselvesInWholeSentences) {

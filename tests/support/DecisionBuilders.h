@@ -11,6 +11,7 @@
 #include "decision/DetectionSample.h"
 #include "decision/HoldPolicy.h"
 #include "decision/VerdictRules.h"
+#include "ui/HoldHeadlineText.h"
 
 namespace vigilmoth {
 
@@ -23,7 +24,7 @@ inline void PrintTo(const AgentVerdict& verdict, std::ostream* out) {
          << static_cast<int>(verdict.confidence) << ", " << verdict.reason.code();
 }
 inline void PrintTo(const HoldHeadline& headline, std::ostream* out) {
-    *out << '"' << headline.text() << '"';
+    *out << '"' << HoldHeadlineText::text(headline) << '"';
 }
 inline void PrintTo(const Date& date, std::ostream* out) {
     *out << std::fixed << date.secondsSince1970();

@@ -9,7 +9,9 @@ namespace {
 // read as absent.
 std::optional<nlohmann::json> toJSON(CFPropertyListRef value) {
     CFTypeID type = CFGetTypeID(value);
-    if (type == CFBooleanGetTypeID()) return CFBooleanGetValue(static_cast<CFBooleanRef>(value));
+    // Boolean is an unsigned char, which JSON would take for a number.
+    if (type == CFBooleanGetTypeID())
+        return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
     if (type == CFNumberGetTypeID()) {
         auto number = static_cast<CFNumberRef>(value);
         if (!CFNumberIsFloatType(number)) {

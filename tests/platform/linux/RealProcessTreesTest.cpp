@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "catalog/AgentCatalog.h"
+#include "catalog/AgentInstances.h"
 #include "platform/linux/SystemProcessCensus.h"
 #include "support/ProcessTree.h"
 
@@ -112,13 +113,13 @@ TEST(RealProcessTreesTest, ReplayedTreesAreRecognisedAsTheRulesSay) {
             if (match) matches.emplace(row->second->pid, *match);
         }
         std::vector<std::string> grouped;
-        for (const auto& instance : AgentCatalog::instances(*rows, matches)) {
+        for (const auto& instance : AgentInstances::of(*rows, matches)) {
             auto root = std::find_if(records.begin(), records.end(), [&](const Record& record) {
                 return tree.pid(static_cast<int>(&record - records.data())) == instance.rootPID;
             });
             if (root == records.end()) continue;
-            grouped.push_back(instance.definition.id + " " + roleWord(instance.role) + " " +
-                              std::to_string(root->pid) + "/" + root->comm + " " +
+            grouped.push_back(instance.definition.id + " " + std::string(roleWord(instance.role)) +
+                              " " + std::to_string(root->pid) + "/" + root->comm + " " +
                               std::to_string(instance.rows.size()));
         }
         EXPECT_EQ(grouped, kInstances.at(run));

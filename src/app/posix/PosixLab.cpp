@@ -1,0 +1,33 @@
+#include "app/posix/PosixLab.h"
+
+#include <iostream>
+
+#include "app/posix/SystemRecordingLock.h"
+#include "lab/LabCommand.h"
+#include "lab/LabRecorder.h"
+#include "platform/posix/SystemPathEnvironment.h"
+
+namespace vigilmoth::PosixLab {
+
+bool run(const std::vector<std::string>& arguments, ProcessCensusing& census,
+         KeyValueStore& defaults, const std::string& appPath) {
+    auto paths = systemPathEnvironment();
+    SystemRecordingLock recordingLock;
+    LabContext context{
+        .out = std::cout,
+        .err = std::cerr,
+        .census = &census,
+        .home = paths.home,
+        .applicationSupport = WellKnownPaths::applicationSupport(paths),
+        .appPath = appPath,
+        .labDirectory = LabRecorder::labDirectory(paths),
+        .recordingLock = &recordingLock,
+        .defaults = &defaults,
+    };
+    bool succeeded = LabCommand::run(arguments, context);
+    std::cout.flush();
+    std::cerr.flush();
+    return succeeded;
+}
+
+}  // namespace vigilmoth::PosixLab

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "base/Date.h"
+#include "decision/SleepOutlook.h"
+#include "notices/AgentNoticeContent.h"
+#include "ui/MachineWord.h"
+
+namespace vigilmoth::AgentNoticeText {
+
+// The notification for a due notice; `outlook` says how long the machine stays awake for a
+// wait.
+AgentNoticeContent content(const AgentNotice& notice, const SleepOutlook& outlook, Date now,
+                           MachineWord machine = kMachineWord);
+
+}  // namespace vigilmoth::AgentNoticeText

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+#include "decision/SafetyStop.h"
+#include "ui/MachineWord.h"
+
+namespace vigilmoth::SafetyStopText {
+
+// The notification posted when the stop lets the machine sleep.
+std::string notification(const SafetyStop& stop, MachineWord machine = kMachineWord);
+// The menu bar's headline while the stop holds.
+std::string headline(const SafetyStop& stop, MachineWord machine = kMachineWord);
+
+}  // namespace vigilmoth::SafetyStopText

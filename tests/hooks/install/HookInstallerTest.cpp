@@ -1,0 +1,429 @@
+// Show that the installer edits real files in a home folder surgically: every real settings
+// file comes back byte for byte after install and removal, backups are named and pruned, and
+// every guard stops with its exact message and leaves the file as it was.
+#include "hooks/install/HookInstaller.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <random>
+
+#include "base/Log.h"
+#include "hooks/install/HookExpectations.h"
+#include "hooks/install/HookPluginHistory.h"
+#include "hooks/install/SystemHookFileAccess.h"
+#include "support/TestSupport.h"
+
+namespace vigilmoth {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::readFile;
+using testing::writeFile;
+using Kind = HookInstallError::Kind;
+
+const HookCatalogEntry& entry(std::string_view id) {
+    return *HookCatalog::entry(id);
+}
+
+// The real file system, with a way for a test to step in as another program would.
+class SteppingFiles : public SystemHookFileAccess {
+public:
+    FileContents read(const std::string& path) override {
+        if (beforeRead) beforeRead(path, ++reads[path]);
+        return SystemHookFileAccess::read(path);
+    }
+    bool isWritable(const std::string& path) override {
+        return !readOnly && SystemHookFileAccess::isWritable(path);
+    }
+    bool write(const std::string& path, const std::string& bytes) override {
+        if (failWrites) return false;
+        return SystemHookFileAccess::write(path, bytes);
+    }
+
+    std::function<void(const std::string& path, int count)> beforeRead;
+    std::map<std::string, int> reads;
+    bool readOnly = false;
+    bool failWrites = false;
+};
+
+class HookInstallerTest : public ::testing::Test {
+protected:
+    // Each install and removal logs a line; hundreds of them would bury a failure.
+    void SetUp() override {
+        setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    }
+    void TearDown() override { setLogSink(writeLogLineToStandardError); }
+
+    HookInstaller installer(const std::string& app = "/opt/vigilmoth") {
+        return HookInstaller(
+            {home.path().string(), app, support()}, [this] { return now; }, files);
+    }
+    std::string support() const { return (home.path() / ".local/share/vigilmoth").string(); }
+    std::string config(const HookCatalogEntry& target) const {
+        return (home.path() / target.configPath).string();
+    }
+    void setUp(const HookCatalogEntry& target) {
+        auto folder = fs::path(target.configPath).begin()->string();
+        if (folder == ".config") folder = ".config/opencode";
+        fs::create_directories(home.path() / folder);
+    }
+    std::vector<std::string> backupsOf(const HookCatalogEntry& target) const {
+        std::vector<std::string> names;
+        auto file = fs::path(config(target));
+        if (!fs::exists(file.parent_path())) return names;
+        for (const auto& item : fs::directory_iterator(file.parent_path())) {
+            auto name = item.path().filename().string();
+            if (name.starts_with(file.filename().string() + ".vigilmoth-backup-")) {
+                names.push_back(name);
+            }
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    // Runs `action` and returns the message it failed with, or nothing.
+    std::optional<std::string> failure(const std::function<void()>& action,
+                                       const HookCatalogEntry& target) {
+        try {
+            action();
+        } catch (const HookInstallError& error) {
+            return error.message(HookInstaller::shownPath(target));
+        }
+        return std::nullopt;
+    }
+
+    testing::TemporaryFolder home;
+    SteppingFiles files;
+    Date now{1'790'000'000};
+};
+
+// Which entry a real file belongs to, by the folder it was collected in.
+std::vector<std::pair<fs::path, std::string>> realFiles() {
+    std::vector<std::pair<fs::path, std::string>> found;
+    const std::map<std::string, std::string> owners = {
+        {"claude", "claude"}, {"codex", "codex"},   {"cursor", "cursor"},
+        {"droid", "droid"},   {"gemini", "claude"},
+    };
+    for (const auto& [folder, owner] : owners) {
+        for (const auto& item : fs::directory_iterator(testing::fixture("settings/" + folder))) {
+            found.emplace_back(item.path(), owner);
+        }
+    }
+    found.emplace_back(testing::fixture("hook-configs/cursor-hooks.agentmemory.json"), "cursor");
+    found.emplace_back(testing::fixture("hook-configs/codex-hooks.schemastore-test.json"), "codex");
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+TEST_F(HookInstallerTest, RealSettingsFilesComeBackByteForByte) {
+    int installed = 0;
+    int refused = 0;
+    for (const auto& [path, owner] : realFiles()) {
+        SCOPED_TRACE(path.filename().string() + " as " + owner);
+        const auto& target = entry(owner);
+        setUp(target);
+        const auto original = readFile(path);
+        writeFile(config(target), original);
+        auto message = failure([&] { installer().install(target); }, target);
+        if (message) {
+            ++refused;
+            EXPECT_TRUE(
+                *message == HookInstallError(Kind::unreadable).message("~/" + target.configPath) ||
+                *message ==
+                    HookInstallError(Kind::unexpectedShape).message("~/" + target.configPath))
+                << *message;
+            EXPECT_EQ(readFile(config(target)), original);
+            EXPECT_TRUE(backupsOf(target).empty());
+            continue;
+        }
+        ++installed;
+        testing::expectInstalledOver(original, readFile(config(target)), target, "/opt/vigilmoth");
+        EXPECT_EQ(installer().status(target), HookStatus::installed(1));
+        installer().uninstall(target);
+        EXPECT_EQ(readFile(config(target)), original);
+        EXPECT_FALSE(fs::exists(installer().recordPath(target)));
+        fs::remove_all(home.path());
+        fs::create_directories(home.path());
+    }
+    // The collection holds both kinds; a change that refused everything would pass otherwise.
+    EXPECT_GT(installed, 90);
+    EXPECT_GT(refused, 10);
+}
+
+TEST_F(HookInstallerTest, BlankAndMissingFilesAreRestoredExactly) {
+    const auto& claude = entry("claude");
+    setUp(claude);
+    for (std::optional<std::string> before :
+         {std::optional<std::string>(), std::optional<std::string>(""),
+          std::optional<std::string>("\n"), std::optional<std::string>(" \r\n\t")}) {
+        SCOPED_TRACE(before ? ::testing::PrintToString(*before) : "missing");
+        fs::remove(config(claude));
+        if (before) writeFile(config(claude), *before);
+        installer().install(claude);
+        testing::expectInstalledOver(before.value_or(""), readFile(config(claude)), claude,
+                                     "/opt/vigilmoth");
+        installer().uninstall(claude);
+        EXPECT_EQ(fs::exists(config(claude)), before.has_value());
+        if (before) {
+            EXPECT_EQ(readFile(config(claude)), *before);
+        }
+    }
+}
+
+TEST_F(HookInstallerTest, HooksAsAnArrayIsRefusedAndLeftUnwritten) {
+    const auto& claude = entry("claude");
+    setUp(claude);
+    const std::string text = "{\n  \"hooks\": [\n    {\"event\": \"Stop\"}\n  ]\n}\n";
+    writeFile(config(claude), text);
+    EXPECT_EQ(failure([&] { installer().install(claude); }, claude),
+              "~/.claude/settings.json has a layout vigilmoth does not recognize, so it did not "
+              "change it.");
+    EXPECT_EQ(readFile(config(claude)), text);
+    EXPECT_TRUE(backupsOf(claude).empty());
+    EXPECT_FALSE(fs::exists(installer().recordPath(claude)));
+}
+
+TEST_F(HookInstallerTest, InstallingTwiceGivesOneSetAndOutdatedSetsAreReplaced) {
+    const auto& droid = entry("droid");
+    setUp(droid);
+    const std::string original =
+        "{\n\t\"hooks\": {\n\t\t\"Stop\": [\n\t\t\t{\"hooks\": "
+        "[{\"type\": \"command\", \"command\": \"say done\"}]}\n\t\t]\n\t}\n}\n";
+    writeFile(config(droid), original);
+    installer("/old").install(droid);
+    EXPECT_EQ(installer("/old").status(droid), HookStatus::installed(1));
+    installer("/old").install(droid);
+    EXPECT_EQ(backupsOf(droid).size(), 1u) << "the second install changed nothing";
+    EXPECT_EQ(installer().status(droid), HookStatus::outdated());
+    installer().install(droid);
+    auto text = readFile(config(droid));
+    testing::expectInstalledOver(original, text, droid, "/opt/vigilmoth");
+    EXPECT_EQ(text.find("/old"), std::string::npos);
+    installer().uninstall(droid);
+    EXPECT_EQ(readFile(config(droid)), original);
+}
+
+TEST_F(HookInstallerTest, FourInstallsInOneSecondKeepTheNewestThreeBackups) {
+    const auto& codex = entry("codex");
+    setUp(codex);
+    writeFile(config(codex), "{}\n");
+    for (const auto* app : {"/a", "/b", "/c", "/d"})
+        installer(app).install(codex);
+    const std::string stamp = "hooks.json.vigilmoth-backup-" + [&] {
+        std::time_t seconds = static_cast<std::time_t>(now.secondsSince1970());
+        char text[32];
+        std::strftime(text, sizeof text, "%Y%m%d-%H%M%S", std::localtime(&seconds));
+        return std::string(text);
+    }();
+    EXPECT_EQ(backupsOf(codex),
+              (std::vector<std::string>{stamp + "-2", stamp + "-3", stamp + "-4"}));
+    // The backup holds the file as it was before that write.
+    EXPECT_NE(readFile(fs::path(config(codex)).parent_path() / (stamp + "-4")).find("'/c"),
+              std::string::npos);
+    auto record = installer("/d").record(codex);
+    ASSERT_TRUE(record && record->backups);
+    EXPECT_EQ(record->backups->size(), 4u);
+}
+
+TEST_F(HookInstallerTest, ALinkedSettingsFileIsEditedWhereItLives) {
+    const auto& claude = entry("claude");
+    setUp(claude);
+    fs::create_directories(home.path() / "dotfiles");
+    const auto real = home.path() / "dotfiles/settings.json";
+    writeFile(real, "{\"model\": \"opus\"}\n");
+    fs::create_symlink(real, config(claude));
+    fs::permissions(real, fs::perms::owner_read | fs::perms::owner_write);
+    installer().install(claude);
+    EXPECT_TRUE(fs::is_symlink(config(claude)));
+    EXPECT_EQ(installer().status(claude), HookStatus::installed(1));
+    EXPECT_EQ(fs::status(real).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(backupsOf(claude).size(), 0u) << "no backup beside the link";
+    bool besideTheFile = false;
+    for (const auto& item : fs::directory_iterator(real.parent_path())) {
+        besideTheFile |= item.path().filename().string().starts_with("settings.json.vigilmoth");
+    }
+    EXPECT_TRUE(besideTheFile);
+    installer().uninstall(claude);
+    EXPECT_TRUE(fs::is_symlink(config(claude)));
+    EXPECT_EQ(readFile(real), "{\"model\": \"opus\"}\n");
+}
+
+TEST_F(HookInstallerTest, EachGuardStopsWithItsMessageAndWritesNothing) {
+    const auto& claude = entry("claude");
+    const std::string original = "{\"model\": \"opus\"}\n";
+    struct Case {
+        std::string name;
+        std::function<void()> arrange;
+        std::string message;
+    };
+    const std::vector<Case> cases = {
+        {"changed while editing",
+         [&] {
+             files.beforeRead = [&](const std::string& path, int count) {
+                 if (path.ends_with("settings.json") && count == 2) {
+                     writeFile(path, "{\"model\": \"sonnet\"}\n");
+                 }
+             };
+         },
+         "~/.claude/settings.json changed while vigilmoth was working on it. Nothing was "
+         "written. Try again."},
+        {"read-only", [&] { files.readOnly = true; },
+         "~/.claude/settings.json is read-only, so vigilmoth did not change it. Allow writing "
+         "to the file, then try again."},
+        {"write fails", [&] { files.failWrites = true; },
+         "vigilmoth could not write ~/.claude/settings.json. Nothing was changed."},
+        {"not JSON", [&] { writeFile(config(claude), "{\"model\": opus}\n"); },
+         "vigilmoth could not read ~/.claude/settings.json, so it did not change it. Check "
+         "that the file is valid JSON."},
+    };
+    for (const auto& testCase : cases) {
+        SCOPED_TRACE(testCase.name);
+        fs::remove_all(home.path() / ".claude");
+        setUp(claude);
+        writeFile(config(claude), original);
+        files = SteppingFiles();
+        testCase.arrange();
+        auto before = readFile(config(claude));
+        EXPECT_EQ(failure([&] { installer().install(claude); }, claude), testCase.message);
+        files.beforeRead = nullptr;
+        // The other program's edit stands; otherwise the file is as it was.
+        EXPECT_EQ(readFile(config(claude)),
+                  testCase.name == "changed while editing" ? "{\"model\": \"sonnet\"}\n" : before);
+        EXPECT_TRUE(backupsOf(claude).empty());
+        EXPECT_FALSE(fs::exists(installer().recordPath(claude)));
+    }
+}
+
+TEST_F(HookInstallerTest, RemovalRereadsBeforeDeletingAFileItCreated) {
+    const auto& cursor = entry("cursor");
+    setUp(cursor);
+    installer().install(cursor);
+    files.reads.clear();
+    files.beforeRead = [&](const std::string& path, int count) {
+        if (path.ends_with("hooks.json") && count == 2) writeFile(path, "{\"model\": \"x\"}\n");
+    };
+    EXPECT_EQ(failure([&] { installer().uninstall(cursor); }, cursor),
+              "~/.cursor/hooks.json changed while vigilmoth was working on it. Nothing was "
+              "written. Try again.");
+    files.beforeRead = nullptr;
+    EXPECT_EQ(readFile(config(cursor)), "{\"model\": \"x\"}\n");
+    EXPECT_TRUE(fs::exists(installer().recordPath(cursor))) << "kept for another try";
+    installer().uninstall(cursor);
+    EXPECT_EQ(readFile(config(cursor)), "{\"model\": \"x\"}\n");
+}
+
+TEST_F(HookInstallerTest, AnAgentThatIsNotSetUpIsLeftAlone) {
+    for (const auto& target : HookCatalog::entries()) {
+        SCOPED_TRACE(target.id);
+        EXPECT_EQ(installer().status(target), HookStatus::configMissing());
+        EXPECT_EQ(
+            failure([&] { installer().install(target); }, target),
+            "This agent is not set up on this Mac. ~/" + target.configPath + " does not exist.");
+    }
+    // opencode counts as set up by its own folder under .config, not by .config itself.
+    fs::create_directories(home.path() / ".config");
+    EXPECT_EQ(installer().status(entry("opencode")), HookStatus::configMissing());
+    EXPECT_TRUE(fs::is_empty(home.path() / ".config"));
+}
+
+TEST_F(HookInstallerTest, PluginScriptsAreOursOrLeftAlone) {
+    for (const auto* id : {"opencode", "pi"}) {
+        const auto& target = entry(id);
+        SCOPED_TRACE(target.id);
+        setUp(target);
+        EXPECT_EQ(installer().status(target), HookStatus::notInstalled());
+        installer().install(target);
+        EXPECT_EQ(readFile(config(target)),
+                  HookConfigEditor::currentScript(target, "/opt/vigilmoth"));
+        auto version = target.id == "pi" ? HookCatalog::kPiExtensionVersion
+                                         : HookCatalog::kOpencodePluginVersion;
+        EXPECT_EQ(installer().status(target), HookStatus::installed(version));
+
+        auto older = HookPluginHistory::source(target.id, 1, "/opt/vigilmoth");
+        ASSERT_TRUE(older);
+        writeFile(config(target), *older);
+        EXPECT_EQ(installer().status(target), HookStatus::outdated());
+        installer().updateOwnFiles(target);
+        EXPECT_EQ(installer().status(target), HookStatus::installed(version));
+        EXPECT_EQ(installer("/moved").status(target), HookStatus::outdated());
+
+        installer().uninstall(target);
+        EXPECT_FALSE(fs::exists(config(target)));
+        writeFile(config(target), "export default {};\n");
+        EXPECT_EQ(installer().status(target), HookStatus::notInstalled());
+        EXPECT_EQ(
+            failure([&] { installer().install(target); }, target),
+            "~/" + target.configPath + " was not written by vigilmoth, so it did not change it.");
+        installer().uninstall(target);
+        EXPECT_EQ(readFile(config(target)), "export default {};\n");
+    }
+}
+
+TEST_F(HookInstallerTest, RemovalDeletesOnlyThisAgentsStateFiles) {
+    const auto& codex = entry("codex");
+    setUp(codex);
+    installer().install(codex);
+    const auto states = fs::path(support()) / "hooks";
+    fs::create_directories(states);
+    for (const auto* name :
+         {"codex-123.json", "codex-9.json.tmp", "claude-123.json", "codex.json"}) {
+        writeFile(states / name, "{}");
+    }
+    installer().uninstall(codex);
+    std::vector<std::string> left;
+    for (const auto& item : fs::directory_iterator(states))
+        left.push_back(item.path().filename());
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left,
+              (std::vector<std::string>{"claude-123.json", "codex-9.json.tmp", "codex.json"}));
+    EXPECT_FALSE(fs::exists(config(codex)));
+}
+
+TEST(HookInstallRecordTest, DamagedRecordsAreReadAsFarAsTheyGo) {
+    HookInstallRecord record;
+    record.emptyBefore = {{"hooks"}, {"hooks", "Stop"}};
+    record.blankBefore = "\n";
+    record.interiors = std::vector<HookInstallRecord::Interior>{{{"hooks"}, " "}};
+    record.backups = {"/x"};
+    const auto text = record.toJSON().dump();
+    std::mt19937 random(7);
+    for (int round = 0; round < 3000; ++round) {
+        auto damaged = text;
+        for (int edits = 0; edits < 3; ++edits) {
+            auto at = std::uniform_int_distribution<std::size_t>(0, damaged.size() - 1)(random);
+            damaged[at] = static_cast<char>(std::uniform_int_distribution<int>(32, 126)(random));
+        }
+        auto json = nlohmann::json::parse(damaged, nullptr, false);
+        if (!json.is_discarded()) HookInstallRecord::fromJSON(json);
+    }
+}
+
+TEST(HookInstallRecordTest, RoundTripsAndReadsWhatItCan) {
+    HookInstallRecord record;
+    record.emptyBefore = {{}, {"hooks"}, {"hooks", "Stop"}};
+    record.createdFile = true;
+    record.addedVersion = true;
+    record.blankBefore = std::string("\r\n\t \x00\xFF", 6);
+    record.interiors = {{{"hooks"}, " \n "}, {{}, ""}};
+    record.backups = {"/a/b.vigilmoth-backup-20260101-000000"};
+    EXPECT_EQ(HookInstallRecord::fromJSON(record.toJSON()), record);
+    for (std::size_t length = 0; length < 8; ++length) {
+        HookInstallRecord blank;
+        blank.blankBefore = std::string(length, '\n') + std::string(length % 3, 'x');
+        EXPECT_EQ(HookInstallRecord::fromJSON(blank.toJSON()), blank);
+    }
+    auto odd = HookInstallRecord::fromJSON(nlohmann::json::parse(
+        R"({"emptyBefore": [["hooks"], [1], "x"], "createdFile": "yes", "blankBefore": "!!",
+            "interiors": [{"path": ["a"], "bytes": "IA=="}, {"path": "a"}], "backups": [1, "b"]})"));
+    EXPECT_EQ(odd.emptyBefore, (std::set<JSONKeyPath>{{"hooks"}}));
+    EXPECT_FALSE(odd.createdFile);
+    EXPECT_FALSE(odd.blankBefore);
+    EXPECT_EQ(odd.interiors, (std::vector<HookInstallRecord::Interior>{{{"a"}, " "}}));
+    EXPECT_EQ(odd.backups, (std::vector<std::string>{"b"}));
+    EXPECT_EQ(HookInstallRecord::fromJSON(nlohmann::json::array()), HookInstallRecord{});
+}
+
+}  // namespace
+}  // namespace vigilmoth

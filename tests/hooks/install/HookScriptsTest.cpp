@@ -1,0 +1,366 @@
+// Show that the generated plugin scripts load in node and, driven by a fake agent, run the
+// hook executable once per meaningful event: named as the rule table names it, de-duplicated
+// within a second, with Pi's running and asked flags, and never held up by a hanging hook.
+#include <signal.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
+
+#include "hooks/install/HookCatalog.h"
+#include "hooks/install/HookPluginHistory.h"
+#include "hooks/install/HookScripts.h"
+#include "hooks/json/JSONSourceText.h"
+#include "support/TestSupport.h"
+
+namespace vigilmoth {
+namespace {
+
+using nlohmann::json;
+namespace fs = std::filesystem;
+
+const std::string kNode = "/usr/bin/node";
+const std::string kSentinel = "vigilmoth-sentinel";
+
+struct HookRun {
+    std::string event;
+    std::string session;
+};
+
+struct Outcome {
+    std::vector<json> runs;  // each with "args", "body" and "pid"; the sentinel left out
+    json harness;
+};
+
+// The application folder's name is awkward on purpose: the script must carry it as one string.
+class ScriptHarness {
+public:
+    explicit ScriptHarness(std::string kind) : kind_(std::move(kind)) {
+        app_ = folder_ / "My App's \"test\" \\ é";
+        std::string hook = HookCatalog::hookExecutable(app_);
+        fs::create_directories(fs::path(hook).parent_path());
+        fs::create_symlink(testing::testProgram("HookRecorder"), hook);
+        testing::writeFile(folder_ / "package.json", "{\"type\": \"module\"}\n");
+        script_ = folder_ / "vigilmoth.js";
+        testing::writeFile(script_, kind_ == "pi" ? HookCatalog::piExtensionSource(app_)
+                                                  : HookCatalog::pluginSource(app_));
+    }
+
+    Outcome run(const json& steps, const std::string& hangEvent = "") {
+        std::string scenario = folder_ / "scenario.json";
+        std::string record = folder_ / "record.jsonl";
+        fs::remove(record);
+        testing::writeFile(scenario, json{{"steps", steps}}.dump());
+        testing::ProcessOptions options;
+        options.environment["HOOK_RECORD"] = record;
+        if (!hangEvent.empty()) options.environment["HOOK_HANG_EVENT"] = hangEvent;
+        auto result = testing::runProcess(kNode,
+                                          {testing::fixture("hook-scripts/harness.mjs").string(),
+                                           kind_, script_, scenario, record},
+                                          options);
+        EXPECT_EQ(result.status, 0) << result.out << result.err;
+        Outcome outcome;
+        outcome.harness = json::parse(result.out, nullptr, false);
+        std::istringstream lines(fs::exists(record) ? testing::readFile(record) : "");
+        for (std::string line; std::getline(lines, line);) {
+            json run = json::parse(line);
+            run["body"] = json::parse(run["stdin"].get<std::string>());
+            if (run["body"]["session_id"] != kSentinel) outcome.runs.push_back(run);
+        }
+        return outcome;
+    }
+
+    const std::string& script() const { return script_; }
+
+private:
+    std::string kind_;
+    testing::TemporaryFolder folder_;
+    std::string app_;
+    std::string script_;
+};
+
+json opencodeEvent(int t, std::string type, json properties) {
+    return json{{"t", t}, {"event", {{"type", std::move(type)}, {"properties", properties}}}};
+}
+
+json piEvent(int t, std::string name, json session = "S") {
+    return json{{"t", t}, {"name", std::move(name)}, {"session", std::move(session)}};
+}
+
+std::vector<std::pair<std::string, std::string>> named(const Outcome& outcome) {
+    std::vector<std::pair<std::string, std::string>> runs;
+    for (const auto& run : outcome.runs) {
+        runs.emplace_back(run["args"][1], run["body"]["session_id"]);
+    }
+    return runs;
+}
+
+TEST(HookScriptsTest, NodeAcceptsEveryTemplateVersion) {
+    testing::TemporaryFolder folder;
+    testing::writeFile(folder / "package.json", "{\"type\": \"module\"}\n");
+    const std::string app = "/Applications/It's \"quoted\" \\ /vigilmoth.app";
+    std::vector<std::pair<std::string, std::string>> sources{
+        {"opencode 3", HookCatalog::pluginSource(app)},
+        {"pi 2", HookCatalog::piExtensionSource(app)},
+        {"opencode 1", *HookPluginHistory::source("opencode", 1, app)},
+        {"opencode 2", *HookPluginHistory::source("opencode", 2, app)},
+        {"pi 1", *HookPluginHistory::source("pi", 1, app)},
+    };
+    for (const auto& [name, source] : sources) {
+        SCOPED_TRACE(name);
+        testing::writeFile(folder / "vigilmoth.js", source);
+        auto check = testing::runProcess(kNode, {"--check", folder / "vigilmoth.js"});
+        EXPECT_EQ(check.status, 0) << check.err;
+        EXPECT_EQ(HookPluginHistory::version(source), name.back() - '0');
+        EXPECT_NE(source.find("const hook = " +
+                              JSONSourceText::literal(HookCatalog::hookExecutable(app))),
+                  std::string::npos);
+    }
+}
+
+TEST(HookScriptsTest, TextsAreStableForAPathAndDifferAcrossPathsAndVersions) {
+    EXPECT_EQ(HookCatalog::pluginSource("/A.app"), HookCatalog::pluginSource("/A.app"));
+    EXPECT_EQ(HookCatalog::piExtensionSource("/A.app"), HookCatalog::piExtensionSource("/A.app"));
+    EXPECT_NE(HookCatalog::pluginSource("/A.app"), HookCatalog::pluginSource("/B.app"));
+    const std::string pi = HookCatalog::piExtensionSource("/A.app");
+    EXPECT_TRUE(
+        pi.starts_with("// vigilmoth-hook v=2\n"
+                       "// Written by vigilmoth. Turn it off in vigilmoth > Preferences > "
+                       "Agents.\n// It tells vigilmoth when Pi works, waits for you or is "
+                       "done.\n"));
+    EXPECT_TRUE(HookCatalog::pluginSource("/A.app").starts_with(
+        "// vigilmoth-hook v=3\n// Written by vigilmoth."));
+    EXPECT_NE(pi.find("Symbol.for(\"vigilmoth.pi.v2\")"), std::string::npos);
+    EXPECT_NE(*HookPluginHistory::source("pi", 1, "/A.app"), pi);
+    EXPECT_NE(*HookPluginHistory::source("opencode", 1, "/A.app"),
+              *HookPluginHistory::source("opencode", 2, "/A.app"));
+}
+
+TEST(HookScriptsTest, HistoryKnowsOnlyEarlierVersions) {
+    struct Case {
+        std::string entry;
+        int version;
+        bool known;
+    };
+    const std::vector<Case> cases{{"opencode", 1, true},  {"opencode", 2, true},
+                                  {"opencode", 3, false}, {"opencode", 0, false},
+                                  {"pi", 1, true},        {"pi", 2, false},
+                                  {"claude", 1, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.entry + " " + std::to_string(c.version));
+        EXPECT_EQ(HookPluginHistory::source(c.entry, c.version, "/A.app").has_value(), c.known);
+    }
+    struct VersionCase {
+        std::string text;
+        std::optional<int> version;
+    };
+    const std::vector<VersionCase> versions{
+        {"// vigilmoth-hook v=3\nrest", 3},
+        {"// vigilmoth-hook v=12", 12},
+        {"// vigilmoth-hook v=\n", std::nullopt},
+        {"// vigilmoth-hook v=2x\n", std::nullopt},
+        {" // vigilmoth-hook v=2\n", std::nullopt},
+        {"export default 1;\n", std::nullopt},
+        {"// vigilmoth-hook v=99999999999\n", std::nullopt},
+    };
+    for (const auto& c : versions) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(HookPluginHistory::version(c.text), c.version);
+    }
+}
+
+TEST(HookScriptsTest, OpencodeEventsRunTheHookByTheRuleTable) {
+    ScriptHarness harness("opencode");
+    json steps = json::array({
+        opencodeEvent(0, "session.status", {{"sessionID", "a"}, {"status", {{"type", "busy"}}}}),
+        opencodeEvent(2000, "session.status", {{"sessionID", "a"}, {"status", "retry"}}),
+        opencodeEvent(4000, "message.updated", {{"sessionID", "a"}}),
+        opencodeEvent(6000, "session.status", {{"sessionID", "a"}, {"status", {{"type", "x"}}}}),
+        opencodeEvent(8000, "permission.asked", {{"sessionID", "a"}, {"id", "p1"}}),
+        opencodeEvent(10000, "permission.replied", {{"sessionID", "a"}, {"reply", "once"}}),
+        opencodeEvent(12000, "session.status",
+                      {{"sessionID", "a"}, {"status", {{"type", "idle"}}}}),
+        opencodeEvent(14000, "session.idle", {{"sessionID", "a"}}),
+        opencodeEvent(16000, "session.deleted", {{"info", {{"id", "b"}}}}),
+        opencodeEvent(18000, "session.idle", json::object()),
+    });
+    Outcome outcome = harness.run(steps);
+    std::vector<std::pair<std::string, std::string>> expected{
+        {"session.busy", "a"},       {"session.busy", "a"}, {"permission.asked", "a"},
+        {"permission.replied", "a"}, {"session.idle", "a"}, {"session.idle", "a"},
+        {"session.deleted", "b"},    {"session.idle", ""},
+    };
+    EXPECT_EQ(named(outcome), expected);
+    const std::vector<int> times{0, 2000, 8000, 10000, 12000, 14000, 16000, 18000};
+    ASSERT_EQ(outcome.runs.size(), times.size());
+    for (size_t index = 0; index < outcome.runs.size(); ++index) {
+        SCOPED_TRACE(index);
+        const json& run = outcome.runs[index];
+        EXPECT_EQ(run["args"][0], "opencode");
+        EXPECT_EQ(run["args"][2], "v=3");
+        EXPECT_EQ(run["args"].size(), 3u);
+        EXPECT_EQ(run["body"]["seq"], index + 1);
+        EXPECT_EQ(run["body"]["ts"], outcome.harness["start"].get<int64_t>() + times[index]);
+        EXPECT_EQ(run["body"]["inst"], outcome.runs[0]["body"]["inst"]);
+    }
+    std::string inst = outcome.runs[0]["body"]["inst"];
+    EXPECT_EQ(inst.find_first_not_of("0123456789abcdefghijklmnopqrstuvwxyz"), std::string::npos);
+    EXPECT_GT(inst.size(), 8u);
+    EXPECT_GT(outcome.harness["shellUse"]["quiet"], 0);
+    EXPECT_EQ(outcome.harness["shellUse"]["quiet"], outcome.harness["shellUse"]["nothrow"]);
+}
+
+// (milliseconds, session) pairs of one repeated event, and how many hook runs they make.
+struct DedupCase {
+    std::string name;
+    std::vector<std::pair<int, std::string>> events;
+    size_t runs;
+};
+
+const std::vector<DedupCase> kDedupCases{
+    {"500 ms apart", {{0, "a"}, {500, "a"}}, 1},
+    {"1500 ms apart", {{0, "a"}, {1500, "a"}}, 2},
+    {"999 ms apart", {{0, "a"}, {999, "a"}}, 1},
+    {"exactly a second apart", {{0, "a"}, {1000, "a"}}, 2},
+    {"other sessions", {{0, "a"}, {100, "b"}}, 2},
+    {"only the previous event counts", {{0, "a"}, {100, "b"}, {200, "a"}}, 3},
+    {"a dropped event does not extend the window", {{0, "a"}, {600, "a"}, {1200, "a"}}, 2},
+};
+
+TEST(HookScriptsTest, OpencodeDropsRepeatsWithinASecond) {
+    for (const auto& c : kDedupCases) {
+        SCOPED_TRACE(c.name);
+        ScriptHarness harness("opencode");
+        json steps = json::array();
+        for (const auto& [t, session] : c.events) {
+            steps.push_back(opencodeEvent(t, "session.idle", {{"sessionID", session}}));
+        }
+        EXPECT_EQ(harness.run(steps).runs.size(), c.runs);
+    }
+}
+
+TEST(HookScriptsTest, PiDropsRepeatsWithinASecond) {
+    for (const auto& c : kDedupCases) {
+        SCOPED_TRACE(c.name);
+        ScriptHarness harness("pi");
+        json steps = json::array();
+        for (const auto& [t, session] : c.events) {
+            steps.push_back(piEvent(t, "session_start", session));
+        }
+        EXPECT_EQ(harness.run(steps).runs.size(), c.runs);
+    }
+}
+
+TEST(HookScriptsTest, PiFlagsHoldAQuestionAndKeepCompactionInsideARun) {
+    struct Case {
+        std::string name;
+        std::vector<std::string> events;
+        std::vector<std::string> sent;
+    };
+    const std::vector<Case> cases{
+        {"a run",
+         {"session_start", "agent_start", "turn_start", "tool_execution_start",
+          "tool_execution_end", "agent_settled"},
+         {"session_start", "agent_start", "turn_start", "tool_execution_start",
+          "tool_execution_end", "agent_settled"}},
+        {"tools during a question send nothing",
+         {"agent_start", "ui_prompt_start", "tool_execution_start", "tool_execution_end",
+          "turn_start", "session_before_compact", "ui_prompt_end", "tool_execution_start"},
+         {"agent_start", "ui_prompt_start", "ui_prompt_end", "tool_execution_start"}},
+        {"a question outside a run is not sent", {"ui_prompt_start", "ui_prompt_end"}, {}},
+        {"compaction inside a run does not end it",
+         {"agent_start", "session_before_compact", "session_compact", "session_compact_failed"},
+         {"agent_start", "session_before_compact"}},
+        {"compaction after the run settled is sent",
+         {"agent_start", "agent_settled", "session_before_compact", "session_compact"},
+         {"agent_start", "agent_settled", "session_before_compact", "session_compact"}},
+        {"a shutdown clears an open question",
+         {"agent_start", "ui_prompt_start", "session_shutdown", "tool_execution_start"},
+         {"agent_start", "ui_prompt_start", "session_shutdown", "tool_execution_start"}},
+        {"a failed compaction when idle", {"session_compact_failed"}, {"session_compact_failed"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ScriptHarness harness("pi");
+        json steps = json::array();
+        int t = 0;
+        for (const auto& event : c.events)
+            steps.push_back(piEvent(t += 2000, event));
+        std::vector<std::string> sent;
+        for (const auto& run : harness.run(steps).runs) {
+            EXPECT_EQ(run["args"][0], "pi");
+            EXPECT_EQ(run["args"][2], "v=2");
+            sent.push_back(run["args"][1]);
+        }
+        EXPECT_EQ(sent, c.sent);
+    }
+}
+
+TEST(HookScriptsTest, PiKeepsItsLastSessionAndFallsBackToTheProcess) {
+    ScriptHarness harness("pi");
+    json steps = json::array({
+        piEvent(0, "session_start", nullptr),
+        piEvent(2000, "agent_start", "S1"),
+        piEvent(4000, "turn_start", ""),
+        piEvent(6000, "tool_execution_start", nullptr),
+    });
+    Outcome outcome = harness.run(steps);
+    std::string fallback = "pid-" + std::to_string(outcome.harness["pid"].get<int>());
+    std::vector<std::pair<std::string, std::string>> expected{{"session_start", fallback},
+                                                              {"agent_start", "S1"},
+                                                              {"turn_start", "S1"},
+                                                              {"tool_execution_start", "S1"}};
+    EXPECT_EQ(named(outcome), expected);
+}
+
+TEST(HookScriptsTest, AReloadedPiExtensionContinuesItsCount) {
+    ScriptHarness harness("pi");
+    json steps = json::array(
+        {piEvent(0, "session_start"), json{{"reload", true}}, piEvent(2000, "agent_start")});
+    Outcome outcome = harness.run(steps);
+    ASSERT_EQ(outcome.runs.size(), 2u);
+    EXPECT_EQ(outcome.runs[1]["body"]["seq"], 2);
+    EXPECT_EQ(outcome.runs[1]["body"]["inst"], outcome.runs[0]["body"]["inst"]);
+}
+
+// The killed child is reaped by node or by init, which a loaded machine can delay for a while.
+bool gone(int pid) {
+    for (int attempt = 0; attempt < 1500; ++attempt) {
+        if (::kill(pid, 0) != 0 && errno == ESRCH) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return false;
+}
+
+TEST(HookScriptsTest, AHangingHookIsAbandonedAfterFiveSeconds) {
+    for (std::string kind : {"opencode", "pi"}) {
+        SCOPED_TRACE(kind);
+        ScriptHarness harness(kind);
+        json steps =
+            kind == "pi"
+                ? json::array({piEvent(0, "agent_start"), piEvent(2000, "agent_settled")})
+                : json::array({opencodeEvent(0, "session.idle", {{"sessionID", "a"}}),
+                               opencodeEvent(2000, "session.deleted", {{"sessionID", "a"}})});
+        std::string hang = kind == "pi" ? "agent_start" : "session.idle";
+        Outcome outcome = harness.run(steps, hang);
+        // The queue moved on past the hanging run.
+        ASSERT_EQ(outcome.runs.size(), 2u);
+        bool guarded = false;
+        for (const auto& timer : outcome.harness["timers"]) {
+            if (timer["ms"] == 5000 && timer["unref"] == true) guarded = true;
+        }
+        EXPECT_TRUE(guarded) << outcome.harness.dump();
+        // Pi kills what it abandons; the harness only cleans up after opencode.
+        if (kind == "pi") {
+            EXPECT_TRUE(gone(outcome.runs[0]["pid"].get<int>()));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace vigilmoth

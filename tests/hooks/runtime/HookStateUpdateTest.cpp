@@ -1,0 +1,139 @@
+// Show that each hook run turns the process's state file into the next one: events set their
+// session's state, ends drop it, other processes' files are replaced and stale plugin events
+// are left out.
+#include "hooks/runtime/HookStateUpdate.h"
+
+#include <gtest/gtest.h>
+
+namespace vigilmoth {
+namespace {
+
+using HookStateUpdate::AgentProcess;
+using Session = HookStateFile::Session;
+
+const AgentProcess kProcess{4242, 1795248000.25};
+const std::string kKey = HookStateFile::sessionKey("s1");
+const std::string kOtherKey = HookStateFile::sessionKey("s2");
+
+HookStateFile fileWith(std::map<std::string, Session> sessions, AgentProcess process = kProcess,
+                       std::string agent = "claude") {
+    return HookStateFile{1, std::move(agent), process.pid, process.startTime, std::move(sessions)};
+}
+
+std::optional<HookStateFile> run(const std::optional<HookStateFile>& current, std::string agent,
+                                 std::string event, HookInput input, double now = 100) {
+    std::optional<std::string> text;
+    if (current) text = current->encode();
+    return HookStateUpdate::applying(text, HookInvocation{agent, event, 1}, input, kProcess, now);
+}
+
+HookInput session(std::string id, std::optional<std::string> type = std::nullopt) {
+    return HookInput{std::move(id), std::move(type), std::nullopt, std::nullopt, std::nullopt};
+}
+
+TEST(HookStateUpdateTest, EventsSetEndOrLeaveTheirSession) {
+    const Session working{"working", "UserPromptSubmit", 50, {}, {}, {}};
+    const Session other{"idle", "Stop", 40, {}, {}, {}};
+    const auto both = fileWith({{kKey, working}, {kOtherKey, other}});
+    struct Case {
+        std::string name;
+        std::optional<HookStateFile> current;
+        std::string agent;
+        std::string event;
+        HookInput input;
+        std::optional<HookStateFile> expected;
+    };
+    const std::vector<Case> cases{
+        {"first event creates the file", std::nullopt, "claude", "UserPromptSubmit", session("s1"),
+         fileWith({{kKey, {"working", "UserPromptSubmit", 100, {}, {}, {}}}})},
+        {"next event replaces its session only", both, "claude", "Stop", session("s1"),
+         fileWith({{kKey, {"idle", "Stop", 100, {}, {}, {}}}, {kOtherKey, other}})},
+        {"permission prompt waits", both, "claude", "Notification",
+         session("s1", "permission_prompt"),
+         fileWith({{kKey, {"waiting", "Notification", 100, {}, {}, {}}}, {kOtherKey, other}})},
+        {"unknown notification changes nothing", both, "claude", "Notification",
+         session("s1", "auth_success"), std::nullopt},
+        {"event without rule changes nothing", both, "claude", "SessionStart", session("s1"),
+         std::nullopt},
+        {"end drops the session", both, "claude", "SessionEnd", session("s1"),
+         fileWith({{kOtherKey, other}})},
+        {"end of the last session leaves an empty file", fileWith({{kKey, working}}), "claude",
+         "SessionEnd", session("s1"), fileWith({})},
+        {"end of an unknown session writes nothing", fileWith({{kOtherKey, other}}), "claude",
+         "SessionEnd", session("s1"), std::nullopt},
+        {"no session id keys as none", std::nullopt, "codex", "PermissionRequest", HookInput{},
+         HookStateFile{1,
+                       "codex",
+                       kProcess.pid,
+                       kProcess.startTime,
+                       {{"none", {"waiting", "PermissionRequest", 100, {}, {}, {}}}}}},
+        {"a file of an earlier process with the same id is replaced",
+         fileWith({{kOtherKey, other}}, AgentProcess{kProcess.pid, kProcess.startTime - 0.002}),
+         "claude", "Stop", session("s1"), fileWith({{kKey, {"idle", "Stop", 100, {}, {}, {}}}})},
+        {"a start time within a millisecond is the same process",
+         fileWith({{kOtherKey, other}}, AgentProcess{kProcess.pid, kProcess.startTime + 0.0005}),
+         "claude", "Stop", session("s1"),
+         fileWith({{kKey, {"idle", "Stop", 100, {}, {}, {}}}, {kOtherKey, other}})},
+        {"another agent's file is replaced", fileWith({{kOtherKey, other}}, kProcess, "codex"),
+         "claude", "Stop", session("s1"), fileWith({{kKey, {"idle", "Stop", 100, {}, {}, {}}}})},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(run(c.current, c.agent, c.event, c.input), c.expected);
+    }
+}
+
+TEST(HookStateUpdateTest, PluginFieldsAreKeptAndStaleEventsDropped) {
+    HookInput first{"s1", std::nullopt, 99000.0, 7, "inst1"};
+    auto file = run(std::nullopt, "opencode", "session.busy", first);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->sessions.at(kKey),
+              (Session{"working", "session.busy", 100, 99000.0, 7, "inst1"}));
+
+    struct Case {
+        std::string name;
+        HookInput input;
+        bool written;
+    };
+    const std::vector<Case> cases{
+        {"an earlier event of the same script", {"s1", {}, 1.0, 6, "inst1"}, false},
+        {"the same event again", {"s1", {}, 1.0, 7, "inst1"}, false},
+        {"a later event", {"s1", {}, 1.0, 8, "inst1"}, true},
+        {"a reloaded script starts counting again", {"s1", {}, 1.0, 1, "inst2"}, true},
+        {"an unnumbered event", {"s1", {}, std::nullopt, std::nullopt, "inst1"}, true},
+        {"another session", {"s2", {}, 1.0, 1, "inst1"}, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(run(file, "opencode", "session.idle", c.input).has_value(), c.written);
+    }
+}
+
+TEST(HookStateUpdateTest, UnreadableFilesAreStartedAfresh) {
+    for (std::string text : {"", "{", "null", "{\"v\":1}", "\xff\xff"}) {
+        SCOPED_TRACE(text);
+        auto file = HookStateUpdate::applying(text, HookInvocation{"pi", "agent_start", 2},
+                                              session("s1"), kProcess, 100);
+        ASSERT_TRUE(file);
+        EXPECT_EQ(*file, (HookStateFile{1,
+                                        "pi",
+                                        kProcess.pid,
+                                        kProcess.startTime,
+                                        {{kKey, {"working", "agent_start", 100, {}, {}, {}}}}}));
+    }
+}
+
+TEST(HookStateUpdateTest, SessionsThatNeverEndedMakeRoomOldestFirst) {
+    std::optional<HookStateFile> file;
+    for (int index = 0; index < 70; ++index) {
+        file = run(file, "claude", "Stop", session("s" + std::to_string(index)), 1000 + index);
+        ASSERT_TRUE(file);
+    }
+    EXPECT_EQ(file->sessions.size(), HookStateUpdate::kMaximumSessions);
+    EXPECT_FALSE(file->sessions.contains(HookStateFile::sessionKey("s5")));
+    EXPECT_TRUE(file->sessions.contains(HookStateFile::sessionKey("s6")));
+    EXPECT_TRUE(file->sessions.contains(HookStateFile::sessionKey("s69")));
+}
+
+}  // namespace
+}  // namespace vigilmoth

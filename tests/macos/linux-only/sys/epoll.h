@@ -1,0 +1,1 @@
+#error "<sys/epoll.h> is Linux only; macOS code cannot include it."

@@ -1,0 +1,1 @@
+#error "<sys/eventfd.h> is Linux only; macOS code cannot include it."

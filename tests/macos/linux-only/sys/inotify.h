@@ -1,0 +1,1 @@
+#error "<sys/inotify.h> is Linux only; macOS code cannot include it."

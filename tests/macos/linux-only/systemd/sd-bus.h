@@ -1,0 +1,1 @@
+#error "<systemd/sd-bus.h> is Linux only; macOS code cannot include it."

@@ -1,0 +1,1 @@
+#error "<systemd/sd-journal.h> is Linux only; macOS code cannot include it."
