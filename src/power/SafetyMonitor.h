@@ -3,7 +3,7 @@
 #include <optional>
 #include <set>
 
-#include "decision/SafetyStop.h"
+#include "power/SafetyStop.h"
 
 namespace vigilmoth {
 

@@ -1,11 +1,9 @@
 // Show that the battery limit stops a hold at the floor and holds until five points above it,
 // that a charger too weak to keep up counts as a falling battery, that heat stops everything,
-// that the no-limit warning is said at 10 and 5 percent only, and why a sleep gets its note.
+// and that the no-limit warning is said at 10 and 5 percent only.
 #include <gtest/gtest.h>
 
 #include "power/SafetyMonitor.h"
-#include "power/SleepNote.h"
-#include "ui/PowerNoticeText.h"
 
 namespace vigilmoth {
 namespace {
@@ -76,44 +74,6 @@ TEST(SafetyMonitorTest, NoLimitWarningAtTenAndFive) {
         EXPECT_EQ(
             warning.update({c.percent, c.onBattery, 0, false}, false, c.floorEnabled, c.holding),
             c.said);
-    }
-    EXPECT_EQ(PowerNoticeText::batteryLimitOff(10),
-              "The battery is at 10%. vigilmoth keeps your computer awake because the battery "
-              "limit is off.");
-}
-
-TEST(SafetyMonitorTest, WhyTheMachineSlept) {
-    const auto subject = HoldSubject::one("Claude Code");
-    struct Case {
-        HoldHeadline headline;
-        bool agentActive, lidClosed, onBattery, helperSetUp, lidClosedWanted;
-        std::optional<SleepReason> reason;
-    };
-    const std::vector<Case> cases = {
-        {HoldHeadline::working(subject), true, true, true, false, true,
-         SleepReason{SleepReason::LidClosedNoHelper{}}},
-        {HoldHeadline::working(subject), true, true, true, true, false,
-         SleepReason{SleepReason::LidClosedSettingOff{}}},
-        {HoldHeadline::working(subject), true, true, true, true, true, {}},
-        {HoldHeadline::working(subject), true, true, false, false, false, {}},
-        {HoldHeadline::working(subject), true, false, true, false, false, {}},
-        {HoldHeadline::waitingReleased(subject), true, false, false, false, false,
-         SleepReason{SleepReason::WaitedTooLong{subject, 600}}},
-        {HoldHeadline::safetyStop(SafetyStop::weakCharger(18)), true, false, false, false, false,
-         SleepReason{SleepReason::Battery{18}}},
-        {HoldHeadline::safetyStop(SafetyStop::tooHot()), true, false, false, false, false,
-         SleepReason{SleepReason::TooHot{}}},
-        {HoldHeadline::paused(Date(5)), true, false, false, false, false,
-         SleepReason{SleepReason::Paused{}}},
-        {HoldHeadline::paused(Date(5)), false, false, false, false, false, {}},
-        {HoldHeadline::idle(subject), true, true, true, false, false, {}},
-    };
-    for (size_t index = 0; index < cases.size(); ++index) {
-        SCOPED_TRACE(index);
-        const auto& c = cases[index];
-        SleepSnapshot snapshot{Date(1),     c.headline,    c.agentActive,     c.lidClosed,
-                               c.onBattery, c.helperSetUp, c.lidClosedWanted, 600};
-        EXPECT_EQ(SleepReason::reason(snapshot), c.reason);
     }
 }
 

@@ -1,4 +1,4 @@
-#include "power/SleepNote.h"
+#include "decision/SleepReason.h"
 
 namespace vigilmoth {
 namespace {
