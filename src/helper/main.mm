@@ -2,11 +2,11 @@
 // vigilmoth, and clears it when vigilmoth's heartbeats stop, so that a crashed application
 // cannot leave the Mac unable to sleep.
 #import <Foundation/Foundation.h>
-
+#include <dispatch/dispatch.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
-#import "helper/SleepFlagHelperProtocol.h"
+#import "platform/macos/SleepFlagHelperProtocol.h"
 
 extern char** environ;
 
@@ -30,10 +30,16 @@ bool setDisableSleep(bool disabled) {
 
 }  // namespace
 
-@interface SleepFlagHelper : NSObject <SleepFlagHelperProtocol, NSXPCListenerDelegate>
-@property(nonatomic) BOOL sleepDisabled;
-@property(nonatomic) dispatch_queue_t queue;
-@property(nonatomic, nullable) dispatch_source_t watchdog;
+// Instance variables, not synthesized properties: the macOS check compiles with GCC's
+// Objective-C runtime, which does not synthesize them.
+@interface SleepFlagHelper : NSObject <SleepFlagHelperProtocol, NSXPCListenerDelegate> {
+    // Read and written on `_queue` only.
+    BOOL _sleepDisabled;
+    // The helper's one serial queue, and the watchdog timer on it; both live as long as the
+    // helper.
+    dispatch_queue_t _queue;
+    dispatch_source_t _watchdog;
+}
 @end
 
 @implementation SleepFlagHelper
@@ -41,12 +47,25 @@ bool setDisableSleep(bool disabled) {
 - (instancetype)init {
     if ((self = [super init])) {
         _queue = dispatch_queue_create("com.vigilmoth.app.helper", DISPATCH_QUEUE_SERIAL);
+        // One timer, moved on by every heartbeat, so that no timer is left behind; it fires
+        // only while the flag is set and the heartbeats have stopped.
+        _watchdog = dispatch_source_create(DISPATCH_SOURCE_TYPE_TIMER, 0, 0, _queue);
+        dispatch_source_set_timer(_watchdog, DISPATCH_TIME_FOREVER, DISPATCH_TIME_FOREVER,
+                                  NSEC_PER_SEC);
+        dispatch_source_set_event_handler(_watchdog, ^{
+          if (!_sleepDisabled) return;
+          setDisableSleep(false);
+          _sleepDisabled = NO;
+        });
+        dispatch_resume(_watchdog);
     }
     return self;
 }
 
 - (BOOL)listener:(NSXPCListener*)listener shouldAcceptNewConnection:(NSXPCConnection*)connection {
-    // Only vigilmoth itself, signed by the same team, may talk to the helper.
+    (void)listener;
+    // Only a program signed with vigilmoth's identifier and an Apple-issued certificate may talk
+    // to the helper.
     [connection setCodeSigningRequirement:@"identifier \"com.vigilmoth.app\" and anchor apple "
                                           @"generic"];
     connection.exportedInterface =
@@ -56,60 +75,51 @@ bool setDisableSleep(bool disabled) {
     return YES;
 }
 
+// Called on the queue: restarts the wait for the next heartbeat while the flag is set.
 - (void)armWatchdog {
-    if (self.watchdog) dispatch_source_cancel(self.watchdog);
-    self.watchdog = nil;
-    if (!self.sleepDisabled) return;
-    dispatch_source_t timer = dispatch_source_create(DISPATCH_SOURCE_TYPE_TIMER, 0, 0, self.queue);
-    dispatch_source_set_timer(
-        timer, dispatch_time(DISPATCH_TIME_NOW, kHeartbeatTimeoutSeconds * NSEC_PER_SEC),
-        DISPATCH_TIME_FOREVER, NSEC_PER_SEC);
-    __weak SleepFlagHelper* weakSelf = self;
-    dispatch_source_set_event_handler(timer, ^{
-      SleepFlagHelper* helper = weakSelf;
-      if (!helper) return;
-      setDisableSleep(false);
-      helper.sleepDisabled = NO;
-      [helper armWatchdog];
-    });
-    dispatch_resume(timer);
-    self.watchdog = timer;
+    const dispatch_time_t deadline =
+        _sleepDisabled
+            ? dispatch_time(DISPATCH_TIME_NOW,
+                            static_cast<int64_t>(kHeartbeatTimeoutSeconds * NSEC_PER_SEC))
+            : DISPATCH_TIME_FOREVER;
+    dispatch_source_set_timer(_watchdog, deadline, DISPATCH_TIME_FOREVER, NSEC_PER_SEC);
 }
 
 - (void)setSleepDisabled:(BOOL)disabled reply:(void (^)(NSString* _Nullable))reply {
-    dispatch_async(self.queue, ^{
+    dispatch_async(_queue, ^{
       if (!setDisableSleep(disabled)) {
           reply(@"pmset could not change disablesleep");
           return;
       }
-      self.sleepDisabled = disabled;
+      _sleepDisabled = disabled;
       [self armWatchdog];
       reply(nil);
     });
 }
 
 - (void)heartbeatWithReply:(void (^)(void))reply {
-    dispatch_async(self.queue, ^{
+    dispatch_async(_queue, ^{
       [self armWatchdog];
       reply();
     });
 }
 
 - (void)statusWithReply:(void (^)(BOOL, NSString*, NSString*))reply {
-    dispatch_async(self.queue, ^{
-      reply(self.sleepDisabled, @"vigilmoth", @VIGILMOTH_VERSION);
+    dispatch_async(_queue, ^{
+      reply(_sleepDisabled, @"vigilmoth", @VIGILMOTH_VERSION);
     });
 }
 
 - (void)retireWithReply:(void (^)(void))reply {
-    dispatch_async(self.queue, ^{
-      if (self.sleepDisabled) setDisableSleep(false);
-      self.sleepDisabled = NO;
+    dispatch_async(_queue, ^{
+      if (_sleepDisabled) setDisableSleep(false);
+      _sleepDisabled = NO;
       reply();
       // launchd starts the registered helper again on the next connection.
-      dispatch_after(dispatch_time(DISPATCH_TIME_NOW, NSEC_PER_SEC), self.queue, ^{
-        exit(0);
-      });
+      dispatch_after(dispatch_time(DISPATCH_TIME_NOW, static_cast<int64_t>(NSEC_PER_SEC)), _queue,
+                     ^{
+                       exit(0);
+                     });
     });
 }
 
@@ -122,7 +132,8 @@ int main() {
             [[NSXPCListener alloc] initWithMachServiceName:VIGILMOTH_HELPER_SERVICE];
         listener.delegate = helper;
         [listener resume];
-        [[NSRunLoop mainRunLoop] run];
+        // The listener and the helper's queue run on dispatch, not on a run loop, which would
+        // return at once without input sources of its own; this serves them for ever.
+        dispatch_main();
     }
-    return 0;
 }

@@ -29,7 +29,7 @@ PowerAssertionMaking::Created SystemPowerAssertionMaker::create(const std::strin
     CFReference<CFDictionaryRef> properties(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 5,
                                                                &kCFTypeDictionaryKeyCallBacks,
                                                                &kCFTypeDictionaryValueCallBacks));
-    IOPMAssertionID id = kIOPMNullAssertionID;
+    IOPMAssertionID id = 0;
     const IOReturn result = IOPMAssertionCreateWithProperties(properties.get(), &id);
     if (result != kIOReturnSuccess) return {std::nullopt, std::to_string(result)};
     return {id, {}};

@@ -4,8 +4,6 @@
 #error "platform/macos is built only for macOS"
 #endif
 
-#include <optional>
-
 #include "evidence/PowerContextReading.h"
 
 namespace vigilmoth {
@@ -15,11 +13,5 @@ class SystemPowerAssertions final : public PowerAssertionListing {
 public:
     std::set<int> assertingPIDs() override;
 };
-
-// The system's own idle-sleep timer for the current power source, in minutes, for the panel's
-// outlook; nothing when it cannot be read.
-namespace SystemSleepTimer {
-std::optional<int> sleepTimerMinutes(bool onBattery);
-}
 
 }  // namespace vigilmoth

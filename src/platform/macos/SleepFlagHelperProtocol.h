@@ -1,8 +1,9 @@
-// The XPC protocol between vigilmoth and its privileged helper, shared by both sides.
+// The XPC protocol between vigilmoth and its privileged helper, shared by both sides: the
+// client here and the helper's entry point in src/helper.
 #pragma once
 
 #if !defined(__APPLE__)
-#error "the helper is built only for macOS"
+#error "platform/macos is built only for macOS"
 #endif
 
 #import <Foundation/Foundation.h>
