@@ -15,16 +15,10 @@ std::optional<SleepReason> heldReason(const SleepSnapshot& snapshot) {
 std::optional<SleepReason> SleepReason::reason(const SleepSnapshot& snapshot) {
     if (!snapshot.agentActive) return std::nullopt;
     const auto& headline = snapshot.headline;
+    // While the headline held the machine, only a closed lid explains a sleep.
+    if (headline.keepsAwake()) return heldReason(snapshot);
     using Kind = HoldHeadline::Kind;
     switch (headline.kind) {
-        case Kind::working:
-        case Kind::waitingHeld:
-        case Kind::finishedRecently:
-        case Kind::open:
-        case Kind::reachable:
-        case Kind::alwaysOn:
-        case Kind::remoteAccess:
-            return heldReason(snapshot);
         case Kind::waitingReleased:
             return SleepReason{WaitedTooLong{*headline.subject, snapshot.waitingHold}};
         case Kind::safetyStop:
@@ -32,9 +26,8 @@ std::optional<SleepReason> SleepReason::reason(const SleepSnapshot& snapshot) {
             return SleepReason{Battery{headline.stop->percent}};
         case Kind::paused:
             return SleepReason{Paused{}};
-        case Kind::idle:
-        case Kind::noAgents:
-        case Kind::switchedOff:
+        default:
+            // Idle, no agents, switched off: the system slept for reasons of its own.
             break;
     }
     return std::nullopt;
