@@ -8,13 +8,14 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # Who may include whom, top to bottom as docs/architecture.md draws the layers. A folder may
 # include itself and the folders after its colon, nothing else; the order makes loops
-# impossible. power/ and display/ are planned and listed already.
+# impossible. display/ is planned and listed already.
 layers='
 app:            *
 app/linux:      *
 app/macos:      *
 app/posix:      *
 hook:           platform/linux platform/macos platform/posix hooks/runtime hooks evidence catalog base
+helper:         platform/macos
 lab:            ui notices decision power display hooks/install hooks/json hooks evidence catalog base
 ui:             notices decision power display hooks/install hooks/json hooks evidence catalog base
 notices:        decision power display evidence catalog base
@@ -35,7 +36,7 @@ platform/posix: notices power display evidence catalog base
 
 # Folders that may include system headers; everywhere else only the standard library's and
 # nlohmann/json.
-platform_folders=' app/linux app/macos app/posix hook platform/linux platform/macos platform/posix '
+platform_folders=' app/linux app/macos app/posix hook helper platform/linux platform/macos platform/posix '
 
 failed=0
 sources="$(git ls-files -co --exclude-standard -- 'src/*.h' 'src/*.cpp' 'src/*.mm')"
@@ -106,9 +107,9 @@ END {
 ' $sources || failed=1
 
 # Every source file has a header of its name beside it, or one folder up for the shells that
-# implement app/Platform.h; main.cpp is an entry point.
+# implement app/Platform.h; main.cpp and main.mm are entry points.
 for source in $(printf '%s\n' "$sources" | grep -E '\.(cpp|mm)$'); do
-    [ "$(basename "$source")" = main.cpp ] && continue
+    case "$(basename "$source")" in main.cpp | main.mm) continue ;; esac
     name="$(basename "${source%.*}")"
     folder="$(dirname "$source")"
     [ -f "$folder/$name.h" ] && continue

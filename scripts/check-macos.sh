@@ -16,14 +16,16 @@ root="$(cd "${1:-$(dirname "${BASH_SOURCE[0]}")/..}" && pwd)"
 cd "$root"
 
 # The sources built for macOS, found by rule so that new and moved files are covered: every file
-# of a macOS or POSIX folder, the sources of app/ and hook/ (built for every system), every other
-# file that names an Apple platform guard, and the stand-ins themselves. A file outside the Linux
-# folders that builds only on Linux says so with a guard on __linux__ and is left out.
+# of a macOS or POSIX folder, the sources of app/ and hook/ (built for every system), the
+# privileged helper of helper/ (built only for macOS), every other file that names an Apple
+# platform guard, and the stand-ins themselves. A file outside the Linux folders that builds only
+# on Linux says so with a guard on __linux__ and is left out.
 macos_sources() {
     {
         find src -type f \( -path '*/macos/*' -o -path '*/posix/*' \) \
             \( -name '*.cpp' -o -name '*.mm' -o -name '*.h' \)
         find src/app src/hook -maxdepth 1 -type f -name '*.cpp' 2>/dev/null
+        find src/helper -type f \( -name '*.cpp' -o -name '*.mm' -o -name '*.h' \) 2>/dev/null
         grep -rlE --include='*.cpp' --include='*.mm' --include='*.h' '__APPLE__|__MACH__|TARGET_OS_' src
         if $with_core; then find src -type f -name '*.cpp'; fi
         find tests/macos/sdk -type f -name '*.h'
@@ -37,8 +39,10 @@ macos_sources() {
 # Apple's and the macOS names are set by hand.
 platform_flags=(-D__APPLE__=1 -D__MACH__=1 -U__linux__ -U__linux -Ulinux -U__gnu_linux__
     -U__unix__ -U__unix -Uunix)
+# CMake gives the application and the helper their version, a string literal; any version does
+# here (the backslashes keep its quotes through the response files below).
 common_flags=(-std=c++20 -fblocks -Wall -Wextra -Wpedantic -Werror
-    -Wno-missing-field-initializers "${platform_flags[@]}" -Isrc
+    -Wno-missing-field-initializers "${platform_flags[@]}" '-DVIGILMOTH_VERSION=\"0.0.0\"' -Isrc
     -isystem tests/macos/sdk -isystem tests/macos/linux-only)
 
 # GNUstep's own defines and header folders, and GCC's Objective-C runtime headers, which clang

@@ -4,7 +4,7 @@
 
 #include "base/Date.h"
 #include "decision/HoldSubject.h"
-#include "decision/SafetyStop.h"
+#include "power/SafetyStop.h"
 
 namespace vigilmoth {
 

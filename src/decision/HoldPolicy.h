@@ -9,8 +9,8 @@
 #include "decision/AgentReading.h"
 #include "decision/DetectionSettings.h"
 #include "decision/HoldHeadline.h"
-#include "decision/SafetyStop.h"
 #include "evidence/EvidenceFrame.h"
+#include "power/SafetyStop.h"
 
 namespace vigilmoth {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "decision/SafetyStop.h"
+#include "power/SafetyStop.h"
 #include "ui/MachineWord.h"
 
 namespace vigilmoth::SafetyStopText {

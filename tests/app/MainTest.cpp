@@ -64,6 +64,8 @@ protected:
     ProcessOptions options() const {
         ProcessOptions options;
         options.environment["XDG_RUNTIME_DIR"] = runtime.path().string();
+        // Without a system bus the application cannot hold the computer awake, and runs on.
+        options.environment["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + (runtime / "no-bus");
         options.timeoutSeconds = 30;
         return options;
     }

@@ -9,6 +9,7 @@
 #include "lab/LabScore.h"
 #include "ui/AgentNoticeText.h"
 #include "ui/HoldHeadlineText.h"
+#include "ui/NoLimitBatteryWarningText.h"
 #include "ui/PanelText.h"
 #include "ui/SafetyStopText.h"
 #include "ui/VerdictReasonText.h"
@@ -47,6 +48,11 @@ TEST(MachineWordTest, EveryTextNamingTheMachineSaysTheChosenWord) {
          [](MachineWord m) { return SafetyStopText::notification(SafetyStop::batteryLow(9), m); },
          "vigilmoth let your Mac sleep because the battery is at 9%",
          "vigilmoth let your computer sleep because the battery is at 9%"},
+        {"no-limit warning",
+         [](MachineWord m) { return NoLimitBatteryWarningText::notification(10, m); },
+         "The battery is at 10%. vigilmoth keeps your Mac awake because the battery limit is off.",
+         "The battery is at 10%. vigilmoth keeps your computer awake because the battery limit "
+         "is off."},
         {"reason",
          [](MachineWord m) {
              return VerdictReasonText::text(

@@ -15,6 +15,7 @@
 #include "base/Log.h"
 #include "hooks/HookLocation.h"
 #include "platform/linux/FileKeyValueStore.h"
+#include "platform/linux/LinuxPower.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/SystemSingleCopy.h"
@@ -91,6 +92,8 @@ int runApplication() {
     } catch (const std::system_error& error) {
         logger().error(std::string("could not listen for other copies: ") + error.what());
     }
+    // Without a system bus or logind this says once why it cannot hold, and the run goes on.
+    LinuxPower power(context, BusAddress::system(), VIGILMOTH_VERSION);
     asio::signal_set signals(context, SIGINT, SIGTERM);
     signals.async_wait([&](std::error_code, int) { context.stop(); });
     std::printf(
@@ -100,6 +103,7 @@ int runApplication() {
     std::fflush(stdout);
     logger().info("started");
     context.run();
+    power.keeper().release();
     ::unlink(singleCopy().socketPath().c_str());
     logger().info("stopped");
     return 0;

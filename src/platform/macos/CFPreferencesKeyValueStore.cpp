@@ -5,21 +5,6 @@
 namespace vigilmoth {
 namespace {
 
-CFReference<CFStringRef> makeString(const std::string& text) {
-    return CFReference<CFStringRef>(
-        CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
-                                static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
-}
-
-std::string fromString(CFStringRef string) {
-    CFIndex length = CFStringGetLength(string);
-    CFIndex size = CFStringGetMaximumSizeForEncoding(length, kCFStringEncodingUTF8) + 1;
-    std::string buffer(static_cast<size_t>(size), '\0');
-    if (!CFStringGetCString(string, buffer.data(), size, kCFStringEncodingUTF8)) return {};
-    buffer.resize(std::char_traits<char>::length(buffer.c_str()));
-    return buffer;
-}
-
 // Property lists and JSON share their shapes; a date or data value has no JSON form and is
 // read as absent.
 std::optional<nlohmann::json> toJSON(CFPropertyListRef value) {

@@ -6,6 +6,7 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <string>
 #include <utility>
 
 namespace vigilmoth {
@@ -36,5 +37,20 @@ public:
 private:
     Reference reference_ = nullptr;
 };
+
+inline CFReference<CFStringRef> makeString(const std::string& text) {
+    return CFReference<CFStringRef>(
+        CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
+                                static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false));
+}
+
+inline std::string fromString(CFStringRef string) {
+    CFIndex length = CFStringGetLength(string);
+    CFIndex size = CFStringGetMaximumSizeForEncoding(length, kCFStringEncodingUTF8) + 1;
+    std::string buffer(static_cast<size_t>(size), '\0');
+    if (!CFStringGetCString(string, buffer.data(), size, kCFStringEncodingUTF8)) return {};
+    buffer.resize(std::char_traits<char>::length(buffer.c_str()));
+    return buffer;
+}
 
 }  // namespace vigilmoth

@@ -43,8 +43,8 @@ typedef UInt32 CFStringEncoding;
 enum : CFStringEncoding { kCFStringEncodingUTF8 = 0x08000100 };
 // CFNumberType
 typedef CFIndex CFNumberType;
-// CFNumberType.longLongType, CFNumberType.doubleType
-enum : CFNumberType { kCFNumberLongLongType = 11, kCFNumberDoubleType = 13 };
+// CFNumberType.intType, CFNumberType.longLongType, CFNumberType.doubleType
+enum : CFNumberType { kCFNumberIntType = 9, kCFNumberLongLongType = 11, kCFNumberDoubleType = 13 };
 
 // CFArrayCallBacks
 struct CFArrayCallBacks {
@@ -138,12 +138,18 @@ void CFArrayAppendValue(CFMutableArrayRef theArray, const void* value);
 
 // CFDictionaryGetTypeID()
 CFTypeID CFDictionaryGetTypeID(void);
+// CFDictionaryCreate(_:_:_:_:_:_:)
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values,
+                                   CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
+                                   const CFDictionaryValueCallBacks* valueCallBacks);
 // CFDictionaryCreateMutable(_:_:_:_:)
 CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks);
 // CFDictionaryGetCount(_:)
 CFIndex CFDictionaryGetCount(CFDictionaryRef theDict);
+// CFDictionaryGetValue(_:_:)
+const void* CFDictionaryGetValue(CFDictionaryRef theDict, const void* key);
 // CFDictionaryGetKeysAndValues(_:_:_:)
 void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, const void** values);
 // CFDictionarySetValue(_:_:_:)

@@ -16,6 +16,8 @@ typedef NS_ENUM(NSInteger, SMAppServiceStatus) {
 @interface SMAppService : NSObject
 // mainApp
 @property(class, readonly) SMAppService* mainAppService;
+// daemon(plistName:)
++ (instancetype)daemonServiceWithPlistName:(NSString*)plistName;
 // status
 @property(readonly) SMAppServiceStatus status;
 // register()

@@ -2,7 +2,7 @@
 
 namespace vigilmoth {
 
-// A battery or heat limit that lets the Mac sleep whatever the agents do.
+// A battery or heat limit that lets the machine sleep whatever the agents do.
 struct SafetyStop {
     enum class Kind { batteryLow, weakCharger, tooHot };
 

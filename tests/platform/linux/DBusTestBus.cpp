@@ -1,0 +1,109 @@
+#include "platform/linux/DBusTestBus.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdarg>
+#include <stdexcept>
+#include <thread>
+
+namespace vigilmoth::testing {
+namespace {
+
+constexpr const char* kConfiguration = R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:path=@SOCKET@</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+
+constexpr const char* kMockInterface = "org.freedesktop.DBus.Mock";
+
+}  // namespace
+
+DBusTestBus::DBusTestBus() {
+    std::string configuration = kConfiguration;
+    configuration.replace(configuration.find("@SOCKET@"), 8, folder_ / "bus");
+    writeFile(folder_ / "bus.conf", configuration);
+    daemon_ = std::make_unique<BackgroundProcess>(
+        "/usr/bin/dbus-daemon",
+        std::vector<std::string>{"--config-file=" + (folder_ / "bus.conf"), "--nofork",
+                                 "--nopidfile", "--print-address"});
+    if (!daemon_->waitForOutput("\n", 20)) throw std::runtime_error("dbus-daemon did not start");
+    address_ = daemon_->output().substr(0, daemon_->output().find('\n'));
+    int code = 0;
+    client_ = openBus(address(), code);
+    if (!client_) throw std::runtime_error("cannot connect to the test bus");
+}
+
+DBusTestBus::~DBusTestBus() {
+    client_.reset();
+    services_.clear();
+}
+
+ProcessOptions DBusTestBus::environment() const {
+    ProcessOptions options;
+    options.environment["DBUS_SYSTEM_BUS_ADDRESS"] = address_;
+    options.environment["DBUS_SESSION_BUS_ADDRESS"] = address_;
+    return options;
+}
+
+void DBusTestBus::startTemplate(const std::string& name, const std::string& busName,
+                                const std::string& parameters) {
+    services_.push_back(std::make_unique<BackgroundProcess>(
+        "/usr/bin/python3",
+        std::vector<std::string>{"-m", "dbusmock", "--logfile", folder_ / (name + ".log"),
+                                 "--template", name, "--parameters", parameters},
+        environment()));
+    waitForName(busName);
+}
+
+void DBusTestBus::startMock(const std::string& busName, const std::string& path,
+                            const std::string& interface) {
+    services_.push_back(std::make_unique<BackgroundProcess>(
+        "/usr/bin/python3",
+        std::vector<std::string>{"-m", "dbusmock", "--logfile", folder_ / (busName + ".log"),
+                                 busName, path, interface},
+        environment()));
+    waitForName(busName);
+}
+
+void DBusTestBus::waitForName(const std::string& busName) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (std::chrono::steady_clock::now() < deadline) {
+        sd_bus_message* reply = nullptr;
+        if (sd_bus_call_method(client(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                               "org.freedesktop.DBus", "NameHasOwner", nullptr, &reply, "s",
+                               busName.c_str()) >= 0) {
+            int owned = 0;
+            sd_bus_message_read(reply, "b", &owned);
+            sd_bus_message_unref(reply);
+            if (owned) return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    throw std::runtime_error("the mock of " + busName + " did not start");
+}
+
+void DBusTestBus::mock(const std::string& busName, const std::string& path, const char* method,
+                       const char* types, ...) {
+    va_list arguments;
+    va_start(arguments, types);
+    SdBusError error;
+    sd_bus_message* reply = nullptr;
+    const int code = sd_bus_call_methodv(client(), busName.c_str(), path.c_str(), kMockInterface,
+                                         method, error.get(), &reply, types, arguments);
+    va_end(arguments);
+    sd_bus_message_unref(reply);
+    ASSERT_GE(code, 0) << method << ": " << error.describe(code);
+}
+
+}  // namespace vigilmoth::testing

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/linux/AsioBus.h"
+#include "support/TestSupport.h"
+
+namespace vigilmoth::testing {
+
+// A private D-Bus daemon (a minimal configuration on a socket in a temporary folder) with
+// python3-dbusmock services on it, standing in for the system's or the user's bus. The code
+// under test connects with `address()`; a child process finds it in DBUS_SYSTEM_BUS_ADDRESS and
+// DBUS_SESSION_BUS_ADDRESS (`environment()`). Everything stops when the bus goes.
+class DBusTestBus {
+public:
+    DBusTestBus();
+    ~DBusTestBus();
+    DBusTestBus(const DBusTestBus&) = delete;
+    DBusTestBus& operator=(const DBusTestBus&) = delete;
+
+    BusAddress address() const { return BusAddress::at(address_); }
+    ProcessOptions environment() const;
+
+    // Starts a dbusmock template ("logind", "upower", "notification_daemon" ...) with its JSON
+    // parameters and waits until it owns `busName`.
+    void startTemplate(const std::string& name, const std::string& busName,
+                       const std::string& parameters = "{}");
+    // Starts a generic mock object that tests fill with AddMethod and AddProperty.
+    void startMock(const std::string& busName, const std::string& path,
+                   const std::string& interface);
+
+    // The test's own connection, for the mocks' interface (org.freedesktop.DBus.Mock) and for
+    // asking services what they hold.
+    sd_bus* client() const { return client_.get(); }
+    // Calls a method of the mock interface on `path`; fails the test when the call fails.
+    void mock(const std::string& busName, const std::string& path, const char* method,
+              const char* types, ...);
+
+private:
+    void waitForName(const std::string& busName);
+
+    TemporaryFolder folder_;
+    std::unique_ptr<BackgroundProcess> daemon_;
+    std::vector<std::unique_ptr<BackgroundProcess>> services_;
+    std::string address_;
+    SdBus client_;
+};
+
+}  // namespace vigilmoth::testing

@@ -1,0 +1,180 @@
+// Show that flag requests are asked once and retried only after a pause, that the controller
+// shows the helper's setup from its status and health, repairs a failing helper once per
+// trouble, retries a lost one five times a minute apart, beats every 15 seconds only while
+// samples come, and clears the flag when quitting.
+#include <gtest/gtest.h>
+
+#include "base/DefaultsKeys.h"
+#include "power/SleepFlagController.h"
+#include "support/ManualTimers.h"
+
+namespace vigilmoth {
+namespace {
+
+struct FakeHelper final : HelperServiceManaging, SleepFlagHelperConnecting {
+    HelperStatus state = HelperStatus::enabled;
+    HelperStatus afterRegister = HelperStatus::enabled;
+    std::optional<HelperCallError> error;  // every call but status fails with it
+    std::vector<std::string> calls;
+
+    HelperStatus status() override { return state; }
+    std::optional<std::string> registerService() override {
+        calls.push_back("register");
+        state = afterRegister;
+        return std::nullopt;
+    }
+    std::optional<std::string> unregisterService() override {
+        calls.push_back("unregister");
+        state = HelperStatus::notRegistered;
+        return std::nullopt;
+    }
+    void setSleepDisabled(bool disabled, Reply reply) override {
+        calls.push_back(disabled ? "set on" : "set off");
+        reply(error);
+    }
+    void heartbeat(Reply reply) override {
+        calls.push_back("beat");
+        reply(error);
+    }
+    void status(StatusReply reply) override {
+        calls.push_back("status");
+        reply(HelperState{false, "vigilmoth", "1"}, std::nullopt);
+    }
+    void retire(Reply reply) override { reply(std::nullopt); }
+    bool setSleepDisabledWaiting(bool, double timeout) override {
+        calls.push_back("set off waiting " + std::to_string(static_cast<int>(timeout)));
+        return true;
+    }
+    void disconnect() override {}
+};
+
+struct Controller {
+    FakeHelper helper;
+    MemoryKeyValueStore defaults;
+    testing::ManualTimers timers;
+    std::unique_ptr<SleepFlagController> flag;
+
+    explicit Controller(HelperStatus state = HelperStatus::enabled, bool wasSetUp = false) {
+        helper.state = state;
+        if (wasSetUp) defaults.set(defaults_keys::helperWasSetUp, true);
+        flag = std::make_unique<SleepFlagController>(SleepFlagParts{
+            helper, helper, nullptr, defaults, timers, [this] { return timers.now; }, "1"});
+    }
+    std::vector<std::string> take() { return std::exchange(helper.calls, {}); }
+};
+
+TEST(SleepFlagControllerTest, RequestsAreAskedOnceAndRetriedAfterAPause) {
+    struct Case {
+        bool wanted, enabled;
+        double now;
+        std::optional<bool> sent;
+    };
+    SleepFlagRequest request;
+    const std::vector<Case> cases = {
+        {true, false, 0, std::nullopt}, {true, true, 0, true}, {true, true, 1, std::nullopt},
+        {false, true, 2, false},        {true, true, 3, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.now);
+        EXPECT_EQ(request.next(c.wanted, c.enabled, c.now), c.sent);
+    }
+    request.noteFailure(true, 10);
+    EXPECT_EQ(request.next(true, true, 39), std::nullopt) << "before retryAt";
+    EXPECT_EQ(request.next(true, true, 40), true);
+    EXPECT_EQ(request.next(true, false, 41), std::nullopt);
+    EXPECT_EQ(request.next(true, true, 42), true) << "a disabled helper forgets what was sent";
+}
+
+TEST(SleepFlagControllerTest, SetupFollowsTheStatus) {
+    struct Case {
+        HelperStatus status;
+        bool wasSetUp;
+        HelperSetup setup;
+    };
+    for (const auto& c : std::vector<Case>{
+             {HelperStatus::notRegistered, false, HelperSetup::notSetUp},
+             {HelperStatus::notFound, true, HelperSetup::lost},
+             {HelperStatus::requiresApproval, false, HelperSetup::requiresApproval},
+             {HelperStatus::enabled, false, HelperSetup::ready},
+         }) {
+        SCOPED_TRACE(static_cast<int>(c.status));
+        Controller controller(c.status, c.wasSetUp);
+        EXPECT_EQ(controller.flag->setup(), c.setup);
+    }
+}
+
+TEST(SleepFlagControllerTest, FailuresLeadToOneRepairAndTroubleShowsAfterTwentySeconds) {
+    struct Case {
+        HelperCallError::Kind kind;
+        int failuresBeforeRepair;
+    };
+    for (const auto& c : std::vector<Case>{{HelperCallError::Kind::failed, 2},
+                                           {HelperCallError::Kind::codeSigningRequirement, 1}}) {
+        SCOPED_TRACE(c.failuresBeforeRepair);
+        Controller controller;
+        controller.helper.error = HelperCallError{c.kind, "no"};
+        for (int failure = 1; failure < c.failuresBeforeRepair; ++failure) {
+            controller.flag->send(true, "lid");
+            EXPECT_EQ(controller.take(), std::vector<std::string>{"set on"});
+        }
+        EXPECT_FALSE(controller.flag->notResponding());
+        controller.flag->send(true, "lid");
+        EXPECT_EQ(controller.take(), (std::vector<std::string>{"set on", "unregister", "register",
+                                                               "status", "set on"}));
+        EXPECT_TRUE(controller.flag->repairTried());
+        controller.flag->send(true, "lid");
+        controller.timers.advance(19);
+        controller.flag->refreshHealth();
+        EXPECT_FALSE(controller.flag->notResponding());
+        controller.timers.advance(1);
+        controller.flag->refreshHealth();
+        EXPECT_TRUE(controller.flag->notResponding());
+        EXPECT_EQ(controller.flag->setup(), HelperSetup::notResponding);
+        EXPECT_EQ(std::count(controller.helper.calls.begin(), controller.helper.calls.end(),
+                             "unregister"),
+                  0)
+            << "one repair per trouble";
+    }
+}
+
+TEST(SleepFlagControllerTest, ALostHelperIsRetriedFiveTimesAMinuteApart) {
+    Controller controller;
+    controller.helper.afterRegister = HelperStatus::notFound;
+    controller.flag->repairHelper();
+    controller.take();
+    EXPECT_EQ(controller.flag->setup(), HelperSetup::notResponding);
+    int repairs = 0;
+    for (int minute = 0; minute < 8; ++minute) {
+        controller.timers.advance(30);
+        controller.flag->retryRepairIfDue();
+        controller.timers.advance(30);
+        controller.flag->retryRepairIfDue();
+        repairs += static_cast<int>(
+            std::count(controller.helper.calls.begin(), controller.helper.calls.end(), "register"));
+        controller.take();
+    }
+    EXPECT_EQ(repairs, 5);
+    EXPECT_EQ(controller.flag->setup(), HelperSetup::lost);
+}
+
+TEST(SleepFlagControllerTest, HeartbeatsComeWhileSamplesDoAndTheFlagIsClearedOnQuit) {
+    Controller controller;
+    controller.flag->send(true, "lid");
+    controller.take();
+    controller.timers.advance(30);
+    EXPECT_EQ(controller.take(), (std::vector<std::string>{"beat", "beat"}));
+    controller.timers.advance(30);
+    EXPECT_EQ(controller.take(), std::vector<std::string>{})
+        << "the next beat finds no sample for more than 30 seconds";
+    EXPECT_TRUE(controller.flag->heartbeatsHeldBack());
+    controller.flag->sampled();
+    controller.timers.advance(15);
+    EXPECT_EQ(controller.take(), std::vector<std::string>{"beat"});
+
+    controller.flag->clearForQuit(2);
+    controller.timers.advance(60);
+    EXPECT_EQ(controller.take(), std::vector<std::string>{"set off waiting 2"});
+}
+
+}  // namespace
+}  // namespace vigilmoth
