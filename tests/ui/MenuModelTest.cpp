@@ -190,6 +190,8 @@ TEST(MenuModelTest, TheEmptyListInvitesToStartAnAgentOnlyWhenNoneIsOpen) {
                              "The helper of vigilmoth was turned off in Login Items",
                              "vigilmoth: Your Mac cannot sleep"));
     }
+    EXPECT_EQ(MenuModel::state({}, now, MachineWord::computer()).emptyText,
+              "Start an agent and vigilmoth keeps your computer awake while it works");
 }
 
 // What differs from a machine on battery at 50% that vigilmoth holds for a working agent.
