@@ -30,6 +30,7 @@ constexpr std::array<Row, 8> looks = {{
     {closed, outline, 1.0, true},   // paused
     {dead, solid, 1.0, false},      // helperOff
 }};
+static_assert(looks.size() == static_cast<std::size_t>(HeroPose::Kind::helperOff) + 1);
 
 }  // namespace
 
