@@ -21,6 +21,9 @@ public:
     // when it occurs twice as the clocks go back, the first of the two. Searches up to a
     // week ahead; nothing when no such moment exists.
     std::optional<Date> nextDate(Date after, int hour, int minute, int second) const;
+
+    // Every calendar reads the one local clock, so any two are the same.
+    bool operator==(const Calendar&) const = default;
 };
 
 }  // namespace vigilmoth
