@@ -8,6 +8,7 @@
 #include "lab/LabHooks.h"
 #include "lab/LabMarkCommand.h"
 #include "lab/LabReadCommands.h"
+#include "lab/LabRecordCommand.h"
 
 namespace vigilmoth::LabCommand {
 namespace {
@@ -23,6 +24,7 @@ const std::map<std::string, Handler>& commands() {
         {"--lab-mark", LabMarkCommand::run},
         {"--lab-score", LabReadCommands::runScore},
         {"--lab-notices", LabReadCommands::runNotices},
+        {"--lab-record", LabRecordCommand::run},
     };
     return table;
 }

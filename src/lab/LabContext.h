@@ -7,6 +7,7 @@
 #include "base/Date.h"
 #include "base/KeyValueStore.h"
 #include "catalog/ProcessCensus.h"
+#include "lab/LabLiveLoop.h"
 #include "lab/RecordingLocking.h"
 
 namespace vigilmoth {
@@ -30,6 +31,12 @@ struct LabContext {
     std::function<Date()> now = Date::now;
     // The user's settings, for the agents the user named; absent: none named.
     KeyValueStore* defaults = nullptr;
+    // The live detection loop, for recording; absent where the platform runs none.
+    LabLiveLoop* liveLoop = nullptr;
+    // What a recording's header says this program and machine are.
+    std::string appVersion = {};
+    std::string osVersion = {};
+    std::string model = "unknown";
 };
 
 }  // namespace vigilmoth

@@ -72,6 +72,43 @@ std::optional<std::string> LabRecorder::runningRecording(const std::string& fold
     return newest;
 }
 
+std::string LabRecorder::start(const LabHeader& header) {
+    {
+        std::lock_guard guard(lock_);
+        file_.reset();
+    }
+    std::filesystem::create_directories(directory_);
+    auto path = directory_ + "/" + fileName(header.label, header.startedAt);
+    auto held = locking_.hold(path);
+    if (!held) throw LabError::cannotWrite(path);
+    auto line = LabFormat::line(LabLine{.header = LabFormat::scrubbed(header)});
+    std::lock_guard guard(lock_);
+    file_ = std::move(held);
+    file_->append(line);
+    return path;
+}
+
+void LabRecorder::record(const EvidenceFrame& frame, const HoldDecision& decision,
+                         std::optional<double> cost) {
+    {
+        std::lock_guard guard(lock_);
+        if (!file_) return;
+    }
+    std::string line;
+    try {
+        line = LabFormat::line(LabFormat::sample(frame, decision, cost));
+    } catch (const std::exception&) {
+        return;
+    }
+    std::lock_guard guard(lock_);
+    if (file_) file_->append(line);
+}
+
+void LabRecorder::stop() {
+    std::lock_guard guard(lock_);
+    file_.reset();
+}
+
 void LabRecorder::appendMark(const LabMark& mark, const std::string& path,
                              const RecordingLocking& locking) {
     auto bytes = LabFormat::line(LabLine{.mark = mark});

@@ -5,8 +5,7 @@
 #include <limits>
 #include <unordered_map>
 
-#include "decision/SampleGap.h"
-#include "decision/VerdictRules.h"
+#include "decision/DetectionMemory.h"
 
 namespace vigilmoth::LabReplay {
 namespace {
@@ -118,28 +117,17 @@ std::vector<LabStep> steps(const LabRecording& recording,
     // A recording carries no switch, pause, reachable window, safety stop or wake gate.
     HoldSituation situation;
     situation.mode = mode(recording, givenMode);
-    AgentMemories memories;
-    PolicyMemory policy;
-    std::optional<SampleTime> previous;
+    DetectionMemory memory;
     std::vector<LabStep> steps;
     steps.reserve(recording.samples.size());
     for (const auto& sample : recording.samples) {
         const auto& frame = sample.frame;
-        SampleTime time{frame.at, frame.awake};
-        if (auto gap = SampleGap::length(previous, time)) {
-            SampleGap::shift(memories, *gap);
-            SampleGap::shift(policy, *gap);
-        }
-        previous = time;
-        auto verdicts = VerdictRules::readings(frame, memories, replaySettings);
-        memories = std::move(verdicts.memories);
+        memory.pass(SampleTime{frame.at, frame.awake});
+        auto readings = memory.read(frame, replaySettings);
         situation.context = frame.context;
-        auto outcome =
-            HoldPolicy::decide(verdicts.readings, policy, replaySettings, situation, frame.at);
-        policy = std::move(outcome.memory);
-        situation.previousHold = outcome.decision.hold;
-        steps.push_back(
-            LabStep{frame.at, std::move(verdicts.readings), std::move(outcome.decision)});
+        auto decision = memory.decide(readings, replaySettings, situation, frame.at);
+        situation.previousHold = decision.hold;
+        steps.push_back(LabStep{frame.at, std::move(readings), std::move(decision)});
     }
     return steps;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -17,12 +18,23 @@ public:
     };
     enum class Append { written, cannotOpen, notRunning };
 
+    // A recording being written, under the recorder's exclusive lock; the lock goes with it.
+    class Held {
+    public:
+        virtual ~Held() = default;
+        // Writes every byte, or stops silently at an error: a torn last line reads as none.
+        virtual void append(std::string_view bytes) = 0;
+    };
+
     virtual ~RecordingLocking() = default;
 
     virtual Probe probe(const std::string& path) const = 0;
     // Opens the file for appending, checks that a recorder holds it, then writes `bytes`
     // with one write loop, so that the line never interleaves with the recorder's.
     virtual Append appendWhileRunning(const std::string& path, std::string_view bytes) const = 0;
+    // Opens `path` for appending, creating it readable and writable by its owner only, and
+    // takes the exclusive lock without waiting; nothing when either fails.
+    virtual std::unique_ptr<Held> hold(const std::string& path) const = 0;
 };
 
 }  // namespace vigilmoth

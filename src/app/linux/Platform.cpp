@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "app/Platform.h"
+#include "app/linux/LinuxLabLiveLoop.h"
 #include "app/posix/PosixLab.h"
 #include "base/Log.h"
 #include "hooks/HookLocation.h"
@@ -124,7 +125,12 @@ bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
     SystemProcessCensus census;
     FileKeyValueStore defaults(FileKeyValueStore::defaultPath());
-    return PosixLab::run(arguments, census, defaults, ownAppPath());
+    return PosixLab::run(arguments, {.census = census,
+                                     .defaults = defaults,
+                                     .appPath = ownAppPath(),
+                                     .liveLoop = nullptr,
+                                     .osVersion = LinuxLabLiveLoop::osVersion(),
+                                     .model = LinuxLabLiveLoop::model()});
 }
 
 }  // namespace vigilmoth::Platform

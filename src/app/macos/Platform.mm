@@ -91,8 +91,11 @@ bool runLab(const std::vector<std::string>& arguments) {
     SystemProcessCensus census;
     CFPreferencesKeyValueStore defaults;
     NSString* executable = NSBundle.mainBundle.executablePath;
-    return PosixLab::run(arguments, census, defaults,
-                         executable != nil ? HookLocation::appPath(executable.UTF8String) : "");
+    return PosixLab::run(
+        arguments,
+        {.census = census,
+         .defaults = defaults,
+         .appPath = executable != nil ? HookLocation::appPath(executable.UTF8String) : ""});
 }
 
 }  // namespace vigilmoth::Platform

@@ -9,20 +9,23 @@
 
 namespace vigilmoth::PosixLab {
 
-bool run(const std::vector<std::string>& arguments, ProcessCensusing& census,
-         KeyValueStore& defaults, const std::string& appPath) {
+bool run(const std::vector<std::string>& arguments, const Services& services) {
     auto paths = systemPathEnvironment();
     SystemRecordingLock recordingLock;
     LabContext context{
         .out = std::cout,
         .err = std::cerr,
-        .census = &census,
+        .census = &services.census,
         .home = paths.home,
         .applicationSupport = WellKnownPaths::applicationSupport(paths),
-        .appPath = appPath,
+        .appPath = services.appPath,
         .labDirectory = LabRecorder::labDirectory(paths),
         .recordingLock = &recordingLock,
-        .defaults = &defaults,
+        .defaults = &services.defaults,
+        .liveLoop = services.liveLoop,
+        .appVersion = VIGILMOTH_VERSION,
+        .osVersion = services.osVersion,
+        .model = services.model,
     };
     bool succeeded = LabCommand::run(arguments, context);
     std::cout.flush();

@@ -5,12 +5,23 @@
 
 #include "base/KeyValueStore.h"
 #include "catalog/ProcessCensus.h"
+#include "lab/LabLiveLoop.h"
 
 namespace vigilmoth::PosixLab {
 
+// What the platforms differ in for the lab.
+struct Services {
+    ProcessCensusing& census;
+    KeyValueStore& defaults;
+    std::string appPath;
+    // Absent where no live loop is built: recording then says so.
+    LabLiveLoop* liveLoop = nullptr;
+    std::string osVersion = {};
+    std::string model = "unknown";
+};
+
 // Runs a lab command on this user's folders, standard output and error, and the platform's
-// census, settings store and application folder, the three things in which the platforms differ.
-bool run(const std::vector<std::string>& arguments, ProcessCensusing& census,
-         KeyValueStore& defaults, const std::string& appPath);
+// services.
+bool run(const std::vector<std::string>& arguments, const Services& services);
 
 }  // namespace vigilmoth::PosixLab

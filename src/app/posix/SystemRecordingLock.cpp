@@ -30,4 +30,23 @@ RecordingLocking::Append SystemRecordingLock::appendWhileRunning(const std::stri
     return Append::written;
 }
 
+namespace {
+
+class HeldRecording final : public RecordingLocking::Held {
+public:
+    explicit HeldRecording(FileDescriptor file) : file_(std::move(file)) {}
+    void append(std::string_view bytes) override { writeAll(file_.get(), bytes); }
+
+private:
+    FileDescriptor file_;
+};
+
+}  // namespace
+
+std::unique_ptr<RecordingLocking::Held> SystemRecordingLock::hold(const std::string& path) const {
+    FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    if (!file || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return nullptr;
+    return std::make_unique<HeldRecording>(std::move(file));
+}
+
 }  // namespace vigilmoth

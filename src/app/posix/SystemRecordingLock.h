@@ -9,6 +9,7 @@ class SystemRecordingLock final : public RecordingLocking {
 public:
     Probe probe(const std::string& path) const override;
     Append appendWhileRunning(const std::string& path, std::string_view bytes) const override;
+    std::unique_ptr<Held> hold(const std::string& path) const override;
 };
 
 }  // namespace vigilmoth

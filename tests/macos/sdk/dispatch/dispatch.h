@@ -74,6 +74,14 @@ typedef void (^dispatch_block_t)(void);
 // DISPATCH_QUEUE_SERIAL
 #define DISPATCH_QUEUE_SERIAL nullptr
 
+// DISPATCH_PROC_EXIT
+#define DISPATCH_PROC_EXIT 0x80000000ul
+
+// dispatch_qos_class_t (qos_class_t)
+typedef unsigned int dispatch_qos_class_t;
+// QOS_CLASS_UTILITY
+#define QOS_CLASS_UTILITY 0x11u
+
 // DISPATCH_VNODE_DELETE
 #define DISPATCH_VNODE_DELETE 0x1ul
 // DISPATCH_VNODE_WRITE
@@ -88,15 +96,22 @@ extern "C" {
 // The source types are the addresses of objects that the library defines; these names stand in.
 extern const struct dispatch_source_type_s vigilmoth_dispatch_source_type_timer;
 extern const struct dispatch_source_type_s vigilmoth_dispatch_source_type_vnode;
+extern const struct dispatch_source_type_s vigilmoth_dispatch_source_type_proc;
 // DISPATCH_SOURCE_TYPE_TIMER
 #define DISPATCH_SOURCE_TYPE_TIMER (&vigilmoth_dispatch_source_type_timer)
 // DISPATCH_SOURCE_TYPE_VNODE
 #define DISPATCH_SOURCE_TYPE_VNODE (&vigilmoth_dispatch_source_type_vnode)
+// DISPATCH_SOURCE_TYPE_PROC
+#define DISPATCH_SOURCE_TYPE_PROC (&vigilmoth_dispatch_source_type_proc)
 
 // dispatch_get_main_queue
 dispatch_queue_main_t dispatch_get_main_queue(void);
 // dispatch_queue_create
 dispatch_queue_t dispatch_queue_create(const char* label, dispatch_queue_attr_t attr);
+// dispatch_queue_attr_make_with_qos_class
+dispatch_queue_attr_t dispatch_queue_attr_make_with_qos_class(dispatch_queue_attr_t attr,
+                                                              dispatch_qos_class_t qos_class,
+                                                              int relative_priority);
 // dispatch_async_f
 void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work);
 // dispatch_time

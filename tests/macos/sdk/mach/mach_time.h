@@ -20,5 +20,7 @@ typedef struct mach_timebase_info mach_timebase_info_data_t;
 kern_return_t mach_timebase_info(mach_timebase_info_t info);
 // mach_absolute_time()
 uint64_t mach_absolute_time(void);
+// mach_continuous_time()
+uint64_t mach_continuous_time(void);
 
 }  // extern "C"

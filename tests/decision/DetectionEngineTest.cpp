@@ -1,0 +1,241 @@
+// Show the engine's loop over a scheduler, collector and clocks the test moves by hand: which
+// ticks it schedules and drops, how it measures gaps and shifts its memories over them, and how
+// the wake gate holds back a new hold around a sleep.
+#include "decision/DetectionEngine.h"
+
+#include <gtest/gtest.h>
+
+#include "support/DecisionBuilders.h"
+#include "support/DetectionFakes.h"
+
+namespace vigilmoth {
+namespace {
+
+using namespace verdicttest;
+using testing::FakeCollector;
+using testing::FakeScheduler;
+using testing::FakeWatcher;
+
+// A state agent that reports working, seen at `when`.
+AgentEvidence workingAgent(Date when) {
+    auto evidence = stateAgent();
+    evidence.reported = report(working, StateReport::Source::claudeSessionFile, when);
+    return evidence;
+}
+
+AgentEvidence idleAgent(Date when) {
+    auto evidence = stateAgent();
+    evidence.reported = report(idle, StateReport::Source::claudeSessionFile, when);
+    return evidence;
+}
+
+EvidenceSample sampleAt(double seconds, std::optional<double> awake,
+                        std::vector<AgentEvidence> agents = {}) {
+    EvidenceSample sample;
+    sample.frame = testing::frameAt(at(seconds), std::move(agents));
+    sample.frame.awake = awake;
+    sample.watchedFiles = {"/home/u/.claude/sessions/200.json"};
+    return sample;
+}
+
+class DetectionEngineTest : public ::testing::Test {
+protected:
+    DetectionEngineTest() {
+        engine.onSample = [this](const DetectionSample& sample) { published.push_back(sample); };
+        engine.onDecision = [this](const HoldDecision&) { ++decisions; };
+    }
+
+    // One whole tick: the due collection, then its decision on the main thread.
+    void tick(EvidenceSample sample) {
+        collector.samples.push_back(std::move(sample));
+        scheduler.collect();
+        scheduler.drainMain();
+    }
+    // A tick of a working agent at `seconds`, the awake clock running along with the wall's.
+    void tickWorking(double seconds) {
+        awake = seconds;
+        tick(sampleAt(seconds, seconds, {workingAgent(at(seconds))}));
+    }
+
+    FakeScheduler scheduler;
+    FakeCollector collector;
+    FakeWatcher watcher;
+    double awake = 0;
+    double asleep = 0;
+    DetectionEngine engine{{.collector = collector,
+                            .scheduler = scheduler,
+                            .watcher = watcher,
+                            .clock = {[this] { return awake; }, [this] { return asleep; }},
+                            .now = [] { return at(0); }}};
+    std::vector<DetectionSample> published;
+    int decisions = 0;
+};
+
+TEST_F(DetectionEngineTest, TicksEveryTwoSecondsWithAgentsAndFiveWithout) {
+    engine.start();
+    EXPECT_EQ(scheduler.due(), std::vector<double>{0});
+    tick(sampleAt(0, 0));
+    EXPECT_EQ(scheduler.due(), std::vector<double>{5});
+    tick(sampleAt(5, 5, {stateAgent()}));
+    EXPECT_EQ(scheduler.due(), std::vector<double>{2});
+    EXPECT_EQ(watcher.files, std::set<std::string>{"/home/u/.claude/sessions/200.json"});
+    ASSERT_EQ(published.size(), 2u);
+    EXPECT_EQ(published[1].readings, engine.readings());
+    EXPECT_EQ(published[1].decision, engine.decision());
+}
+
+TEST_F(DetectionEngineTest, ATickOfAnOlderGenerationIsDroppedAndSchedulesNothing) {
+    engine.start();
+    collector.samples.push_back(sampleAt(0, 0, {workingAgent(at(0))}));
+    scheduler.collect();  // collected, not yet applied
+    engine.stop();
+    engine.start();
+    scheduler.drainMain();
+    EXPECT_TRUE(published.empty());
+    EXPECT_EQ(engine.frame(), std::nullopt);
+    EXPECT_EQ(scheduler.due(), std::vector<double>{0}) << "only the new start's tick";
+}
+
+TEST_F(DetectionEngineTest, TwoWatchEventsWithinOneTickCauseOneEarlyTick) {
+    engine.start();
+    tickWorking(0);
+    ASSERT_TRUE(watcher.onEvent);
+    watcher.onEvent();
+    watcher.onEvent();
+    scheduler.drainMain();
+    EXPECT_EQ(scheduler.due(), std::vector<double>{0.2}) << "the regular tick gave way";
+    tickWorking(0.2);
+    EXPECT_EQ(scheduler.due(), std::vector<double>{2}) << "after the early tick, the rhythm again";
+    engine.stop();
+    EXPECT_FALSE(watcher.onEvent) << "stopping ends the watches";
+}
+
+TEST_F(DetectionEngineTest, GapsShiftTheMemoriesByTheTimeThatDidNotCount) {
+    struct Case {
+        const char* name;
+        std::optional<double> previousAwake, currentAwake;
+        double wall;
+        std::optional<double> gap;
+    };
+    const Case cases[] = {
+        {"slept an hour", 100, 104, 3604, 3600},
+        {"stalled awake", 100, 130, 30, 30},
+        {"no awake clock, 10 s", std::nullopt, std::nullopt, 10, std::nullopt},
+        {"no awake clock, 20 s", std::nullopt, std::nullopt, 20, 20},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeScheduler ownScheduler;
+        FakeCollector ownCollector;
+        DetectionEngine own(
+            {ownCollector, ownScheduler, watcher, {[] { return 0.0; }, [] { return 0.0; }}});
+        std::vector<DetectionSample> seen;
+        own.onSample = [&](const DetectionSample& sample) { seen.push_back(sample); };
+        own.start();
+        ownCollector.samples.push_back(sampleAt(0, c.previousAwake, {workingAgent(at(0))}));
+        ownCollector.samples.push_back(sampleAt(c.wall, c.currentAwake, {idleAgent(at(c.wall))}));
+        for (int ticks = 0; ticks < 2; ++ticks) {
+            ownScheduler.collect();
+            ownScheduler.drainMain();
+        }
+        ASSERT_EQ(seen.size(), 2u);
+        EXPECT_EQ(seen[1].afterGap, c.gap.has_value());
+        auto identity = ProcessIdentity{200, epoch - 3600};
+        auto& remembered = own.memory().policy().instances.at(identity);
+        // Working was last seen at the first tick; a gap moves that on by its length.
+        EXPECT_EQ(remembered.lastWorkingAt, at(c.gap.value_or(0)));
+    }
+}
+
+TEST(WakeGateTest, SampledAdvancesTheGate) {
+    struct Case {
+        const char* name;
+        WakeGate before;
+        double awake;
+        bool slept;
+        bool opens;
+        WakeGate after;
+    };
+    const WakeGate announced{.announced = true, .steadySince = 1000};
+    const Case cases[] = {
+        {"announced, then slept",
+         announced,
+         1001,
+         true,
+         false,
+         {.announced = true, .slept = true, .steadySince = 1001}},
+        {"announced, waited 120 s", announced, 1120, false, false, announced},
+        {"announced, waited more than 120 s", announced, 1120.5, false, true, {}},
+        {"the wake seen", {.wokeAt = 50}, 50, false, true, {}},
+        {"a wake stamped after the tick", {.wokeAt = 50}, 49, false, false, {.wokeAt = 50}},
+        {"nothing announced", {}, 10, true, false, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        WakeGate gate = c.before;
+        EXPECT_EQ(gate.sampled(c.awake, c.slept), c.opens);
+        EXPECT_EQ(gate, c.after);
+    }
+}
+
+TEST_F(DetectionEngineTest, AnAnnouncedSleepThatDoesNotComeReopensTheGateAfter120Seconds) {
+    engine.start();
+    awake = 1000;
+    engine.macWillSleep();
+    for (double seconds : {1000.0, 1060.0, 1120.0}) {
+        tickWorking(seconds);
+        EXPECT_FALSE(engine.decision().hold) << "no new hold while a sleep is announced";
+    }
+    tickWorking(1121);
+    EXPECT_TRUE(engine.decision().hold);
+    EXPECT_EQ(engine.wakeGate(), WakeGate{});
+}
+
+TEST_F(DetectionEngineTest, AHoldLastsUntilTheAnnouncedSleepAndNoneStartsBeforeTheWakeIsSeen) {
+    engine.start();
+    tickWorking(0);
+    ASSERT_TRUE(engine.decision().hold);
+    engine.macWillSleep();
+    tickWorking(2);
+    EXPECT_TRUE(engine.decision().hold) << "the hold that was on stays until the sleep";
+
+    asleep = 3600;  // the machine slept before the wake was reported
+    tickWorking(4);
+    EXPECT_FALSE(engine.decision().hold);
+    EXPECT_TRUE(engine.wakeGate().slept);
+
+    engine.macDidWake();
+    EXPECT_EQ(scheduler.due(), std::vector<double>{0.2}) << "a wake samples again soon";
+    engine.setPausedUntil(at(1));  // decides again, in the past: no pause
+    EXPECT_FALSE(engine.decision().hold) << "the wake is not processed yet";
+    tickWorking(6);
+    EXPECT_TRUE(engine.decision().hold);
+}
+
+TEST_F(DetectionEngineTest, InputsDecideAgainAndNewAgentNamesSampleAgainSoon) {
+    engine.start();
+    tickWorking(0);
+    ASSERT_TRUE(engine.decision().hold);
+    const int before = decisions;
+    engine.setEnabled(false);
+    EXPECT_FALSE(engine.decision().hold);
+    engine.setEnabled(true);
+    engine.setSafety(SafetyStop::tooHot());
+    EXPECT_FALSE(engine.decision().hold);
+    engine.setSafety(std::nullopt);
+    engine.setPausedUntil(at(600));
+    EXPECT_FALSE(engine.decision().hold);
+    engine.setPausedUntil(at(600));
+    EXPECT_EQ(decisions - before, 5) << "an unchanged input decides nothing";
+    EXPECT_EQ(scheduler.due(), std::vector<double>{2});
+
+    auto settings = engine.settings();
+    settings.userAgentNames = {"mybot"};
+    engine.setSettings(settings);
+    EXPECT_EQ(scheduler.due(), std::vector<double>{0.2});
+    tickWorking(1);
+    EXPECT_EQ(collector.asked.back(), std::vector<std::string>{"mybot"});
+}
+
+}  // namespace
+}  // namespace vigilmoth

@@ -1,0 +1,108 @@
+#pragma once
+
+// Stand-ins for the detection engine's collaborators: a scheduler whose queue and main thread
+// run only when the test says so, a collector that hands out prepared samples, and a watcher
+// whose event the test fires.
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/DetectionScheduling.h"
+#include "evidence/DetectionWatching.h"
+#include "evidence/EvidenceCollecting.h"
+
+namespace vigilmoth::testing {
+
+class FakeScheduler final : public DetectionScheduling {
+public:
+    struct Tick {
+        double seconds;
+        std::function<void()> work;
+        std::shared_ptr<bool> cancelled;
+    };
+    std::vector<Tick> ticks;
+    std::deque<std::function<void()>> main;
+
+    std::unique_ptr<DetectionCancellable> schedule(double seconds, double,
+                                                   std::function<void()> work) override {
+        auto cancelled = std::make_shared<bool>(false);
+        ticks.push_back({seconds, std::move(work), cancelled});
+        return std::make_unique<Token>(cancelled);
+    }
+    void onMain(std::function<void()> work) override { main.push_back(std::move(work)); }
+
+    // The delays of the ticks still due, in the order they were scheduled.
+    std::vector<double> due() const {
+        std::vector<double> delays;
+        for (const auto& tick : ticks) {
+            if (!*tick.cancelled) delays.push_back(tick.seconds);
+        }
+        return delays;
+    }
+    // Collects on the queue for every due tick; the results wait for the main thread.
+    void collect() {
+        auto running = std::move(ticks);
+        ticks.clear();
+        for (auto& tick : running) {
+            if (!*tick.cancelled) tick.work();
+        }
+    }
+    void drainMain() {
+        while (!main.empty()) {
+            auto work = std::move(main.front());
+            main.pop_front();
+            work();
+        }
+    }
+
+private:
+    struct Token final : DetectionCancellable {
+        explicit Token(std::shared_ptr<bool> cancelled) : cancelled(std::move(cancelled)) {}
+        void cancel() override { *cancelled = true; }
+        std::shared_ptr<bool> cancelled;
+    };
+};
+
+// Safe to call from the scheduler's thread while the test reads `collections`.
+class FakeCollector final : public EvidenceCollecting {
+public:
+    std::deque<EvidenceSample> samples;
+    std::vector<std::vector<std::string>> asked;
+    std::atomic<int> collections = 0;
+
+    // The next prepared sample; with none left, the last one again.
+    EvidenceSample collect(const std::vector<std::string>& userNames) override {
+        std::lock_guard guard(lock_);
+        asked.push_back(userNames);
+        if (!samples.empty()) {
+            last_ = std::move(samples.front());
+            samples.pop_front();
+        }
+        ++collections;
+        return last_;
+    }
+
+private:
+    std::mutex lock_;
+    EvidenceSample last_;
+};
+
+class FakeWatcher final : public DetectionWatching {
+public:
+    std::function<void()> onEvent;
+    std::set<std::string> files;
+
+    void watch(const std::set<std::string>& watched, const std::unordered_set<ProcessIdentity>&,
+               std::function<void()> handler) override {
+        files = watched;
+        onEvent = std::move(handler);
+    }
+    void stop() override { onEvent = nullptr; }
+};
+
+}  // namespace vigilmoth::testing
