@@ -1,13 +1,15 @@
 // Stands in for an agent's process: started under any executable name and argument vector, it
-// starts the children its plan names, reports that it is ready, and sleeps until it is told to
-// stop. SIGUSR1 renames it (as node renames itself "MainThread"); SIGUSR2 overwrites its
-// argument vector in place. Once it has acted on one of these, it writes how many it has acted
-// on so far to <ready folder>/<id>.handled, so that a test never has to guess when it is done.
+// starts the children its plan names, reports that it is ready, keeps a core busy for as long
+// as its plan says, and then sleeps until it is told to stop. SIGUSR1 renames it (as node renames
+// itself "MainThread"); SIGUSR2 overwrites its argument vector in place. Once it has acted on one
+// of these, it writes how many it has acted on so far to <ready folder>/<id>.handled, so that a
+// test never has to guess when it is done.
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -35,6 +37,19 @@ pid_t spawnChild(const nlohmann::json& node, const std::string& plan) {
         node.at("exe").get<std::string>(), node.at("argv").get<std::vector<std::string>>(),
         {"VIGILMOTH_FAKE_PLAN=" + plan, "VIGILMOTH_FAKE_NODE=" + node.at("id").dump(),
          "VIGILMOTH_FAKE_STARTER=" + std::to_string(getpid())});
+}
+
+// Keeps a core busy for `seconds`, as a compiler or test run does, unless told to stop.
+void burn(double seconds) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    volatile unsigned long spin = 0;
+    while (std::chrono::steady_clock::now() < end) {
+        for (int i = 0; i < 100000; ++i)
+            spin = spin + 1;
+        sigset_t pending;
+        sigpending(&pending);
+        if (sigismember(&pending, SIGTERM)) return;
+    }
 }
 
 }  // namespace
@@ -66,6 +81,9 @@ int main(int argc, char** argv) {
         std::string ready = tree.at("ready").get<std::string>() + "/" + self;
         handled = ready + ".handled";
         writeAtomically(ready, std::to_string(getpid()));
+        for (const auto& node : tree.at("nodes")) {
+            if (node.at("id").dump() == self) burn(node.value("burn", 0.0));
+        }
     }
     int actedOn = 0;
     while (true) {

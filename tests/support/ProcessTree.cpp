@@ -50,7 +50,8 @@ ProcessTree::ProcessTree(const std::vector<PlannedProcess>& plan) {
         nodes.push_back({{"id", process.id},
                          {"parent", process.parent},
                          {"exe", path},
-                         {"argv", process.arguments}});
+                         {"argv", process.arguments},
+                         {"burn", process.burnSeconds}});
     }
     std::string planPath = folder_ / "plan.json";
     writeFile(planPath, nlohmann::json{{"nodes", nodes}, {"ready", folder_ / "ready"}}.dump());

@@ -1,0 +1,199 @@
+// Show --lab-record for real: the real vigilmoth, in a temporary home, records five stand-in
+// agents for a minute while the test plays their parts (a Claude Code transcript that gets a tool
+// call and then ends its turn, a Codex rollout started and completed, a child command that keeps
+// a core busy for 12 s, an agent that exits), marks the truth from a second process, and the
+// finished recording replays and scores as it was decided live.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <chrono>
+#include <ctime>
+#include <fstream>
+#include <thread>
+
+#include "base/Calendar.h"
+#include "evidence/ClaudeTranscriptReader.h"
+#include "lab/LabReplay.h"
+#include "support/ProcessTree.h"
+
+namespace vigilmoth {
+namespace {
+
+using namespace testing;
+using Clock = std::chrono::steady_clock;
+
+// Seconds of the day from a status line's "HH:MM:SS.mmm".
+double lineTime(const std::string& line) {
+    return std::stoi(line.substr(0, 2)) * 3600 + std::stoi(line.substr(3, 2)) * 60 +
+           std::stod(line.substr(6, 6));
+}
+
+// The recorder's standard output, read line by line as it comes.
+class Recorder {
+public:
+    explicit Recorder(const ProcessOptions& options)
+        : process_(VIGILMOTH_EXECUTABLE, {"--lab-record", "five agents"}, options) {}
+
+    // The next whole line, at most `seconds` away; empty when none comes.
+    std::string next(double seconds = 30) {
+        auto deadline = Clock::now() + std::chrono::duration<double>(seconds);
+        while (true) {
+            auto end = process_.output().find('\n', offset_);
+            if (end != std::string::npos) {
+                auto line = process_.output().substr(offset_, end - offset_);
+                offset_ = end + 1;
+                lines_.push_back(line);
+                return line;
+            }
+            if (Clock::now() > deadline) return "";
+            process_.waitForOutput("\n\n", 0.05);
+        }
+    }
+    // The first line from here on that holds `text`; empty when none comes in time.
+    std::string until(const std::string& text, double seconds = 30) {
+        auto deadline = Clock::now() + std::chrono::duration<double>(seconds);
+        while (Clock::now() < deadline) {
+            auto line = next(std::chrono::duration<double>(deadline - Clock::now()).count());
+            if (line.find(text) != std::string::npos) return line;
+        }
+        return "";
+    }
+    // Seconds between the last line read and the one before it.
+    double lastSpacing() const {
+        return lineTime(lines_.back()) - lineTime(lines_[lines_.size() - 2]);
+    }
+    BackgroundProcess& process() { return process_; }
+
+private:
+    BackgroundProcess process_;
+    size_t offset_ = 0;
+    std::vector<std::string> lines_;
+};
+
+std::vector<std::string> fixtureLines(const std::string& name, size_t from, size_t to) {
+    std::ifstream file(fixture("claude-transcripts/" + name));
+    std::vector<std::string> lines;
+    std::string line;
+    for (size_t number = 1; std::getline(file, line) && number <= to; ++number) {
+        if (number >= from) lines.push_back(line);
+    }
+    return lines;
+}
+
+void append(const std::string& path, const std::vector<std::string>& lines) {
+    std::ofstream file(path, std::ios::app);
+    for (const auto& line : lines)
+        file << line << "\n";
+}
+
+std::string isoNow() {
+    std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    char text[32];
+    std::strftime(text, sizeof text, "%FT%T.000Z", &utc);
+    return text;
+}
+
+std::string rolloutEvent(const std::string& type) {
+    return R"({"timestamp":")" + isoNow() + R"(","type":"event_msg","payload":{"type":")" + type +
+           R"(","turn_id":"t1"}})";
+}
+
+TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
+    TemporaryFolder home;
+    std::string cwd = std::filesystem::current_path().string();
+    // Claude Code's transcript of the folder the stand-ins run in, quiet for a minute: idle.
+    std::string projects = home / ".claude/projects/";
+    std::filesystem::create_directories(projects + ClaudeTranscriptReader::projectName(cwd));
+    std::string transcript = projects + ClaudeTranscriptReader::projectName(cwd) + "/s.jsonl";
+    append(transcript, fixtureLines("spotter-short.jsonl", 1, 5));
+    std::filesystem::last_write_time(
+        transcript, std::filesystem::last_write_time(transcript) - std::chrono::seconds(60));
+
+    ProcessTree tree({
+        {1, -1, "bin/claude", {"claude"}},
+        {2, -1, "bin/codex", {"codex"}},
+        {3, -1, "bin/aider", {"aider"}},
+        {4, 3, "bin/make", {"make", "-j2"}, 12},
+        {5, -1, "bin/goose", {"goose", "session"}},
+        {6, -1, "bin/amp", {"amp"}},
+    });
+    auto part = [&](const char* agent, int id) {
+        return std::string(agent) + ":" + std::to_string(tree.pid(id)) + " ";
+    };
+    ProcessOptions options;
+    options.environment = {{"HOME", home.path().string()},
+                           {"XDG_DATA_HOME", std::nullopt},
+                           {"XDG_CONFIG_HOME", home / ".config"},
+                           {"VIGILMOTH_HOOKS_DIR", home / "hooks"},
+                           {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}};
+    Recorder recorder(options);
+    auto started = Clock::now();
+    auto first = recorder.next();
+    ASSERT_EQ(first.rfind("Recording to ", 0), 0u) << first;
+    std::string path = first.substr(13);
+    ASSERT_NE(recorder.until(part("amp", 6)), "");
+    auto all = recorder.until(part("claude", 1) + "idle");
+    for (auto [agent, id] : {std::pair{"codex", 2}, {"aider", 3}, {"goose", 5}, {"amp", 6}})
+        EXPECT_NE(all.find(part(agent, id)), std::string::npos) << agent << " in " << all;
+
+    // A tool call appended right after a tick is read at the early tick 0.2 s later.
+    recorder.next();
+    append(transcript, fixtureLines("spotter-short.jsonl", 6, 9));
+    EXPECT_NE(recorder.until(part("claude", 1) + "working"), "");
+    EXPECT_LT(recorder.lastSpacing(), 1.5) << "an early tick, not the next regular one";
+    append(transcript, fixtureLines("spotter-short.jsonl", 10, 13));
+    EXPECT_NE(recorder.until(part("claude", 1) + "idle"), "");
+
+    std::string rollout =
+        home /
+        (".codex/sessions/" + *Calendar().formatted(Date::now(), "%Y/%m/%d") + "/rollout-t1.jsonl");
+    std::filesystem::create_directories(std::filesystem::path(rollout).parent_path());
+    append(rollout, {R"({"timestamp":")" + isoNow() +
+                         R"(","type":"session_meta","payload":{"id":"t1","cwd":")" + cwd + R"("}})",
+                     rolloutEvent("task_started")});
+    EXPECT_NE(recorder.until(part("codex", 2) + "working"), "");
+    append(rollout, {rolloutEvent("task_complete")});
+    EXPECT_NE(recorder.until(part("codex", 2) + "idle"), "");
+
+    auto marked = runVigilmoth({"--lab-mark", "claude", "idle", "turn", "over"}, options);
+    EXPECT_EQ(marked.status, 0) << marked.err;
+    EXPECT_EQ(marked.out, "Marked claude as idle\n");
+
+    recorder.next();
+    ::kill(tree.pid(5), SIGTERM);
+    auto after = recorder.next();
+    if (after.find(part("goose", 5)) != std::string::npos) after = recorder.next();
+    EXPECT_EQ(after.find(part("goose", 5)), std::string::npos) << "a tick already under way";
+    EXPECT_LT(recorder.lastSpacing(), 1.5) << "the exit ticks early";
+
+    // The child's 12 s keep the agent working once both halves of its window are busy.
+    EXPECT_NE(recorder.until(part("aider", 3) + "working", 60), "");
+    EXPECT_NE(recorder.until(part("aider", 3) + "idle", 60), "");
+
+    std::this_thread::sleep_until(started + std::chrono::seconds(60));
+    recorder.process().signal(SIGINT);
+    EXPECT_EQ(recorder.process().wait(30), 0);
+    EXPECT_NE(recorder.process().output().find("Stopped after "), std::string::npos);
+
+    auto recording = LabFormat::recording(readFile(path));
+    auto steps = LabReplay::steps(recording, std::nullopt, std::nullopt);
+    ASSERT_EQ(steps.size(), recording.samples.size());
+    EXPECT_GT(steps.size(), 25u);
+    for (size_t index = 0; index < steps.size(); ++index) {
+        SCOPED_TRACE(index);
+        const auto& live = recording.samples[index];
+        auto replayed = LabFormat::sample(live.frame, steps[index].decision, std::nullopt);
+        EXPECT_EQ(replayed.verdicts, live.verdicts);
+        EXPECT_EQ(replayed.hold, live.hold);
+    }
+    auto score = runVigilmoth({"--lab-score", path}, options);
+    EXPECT_EQ(score.status, 0) << score.err;
+    EXPECT_NE(score.out.find("1 marks"), std::string::npos) << score.out;
+    EXPECT_NE(score.out.find("differs from the live decision in 0 of"), std::string::npos)
+        << score.out;
+}
+
+}  // namespace
+}  // namespace vigilmoth
