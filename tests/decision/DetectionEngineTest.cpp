@@ -38,9 +38,9 @@ EvidenceSample sampleAt(double seconds, std::optional<double> awake,
     return sample;
 }
 
-class DetectionEngineTest : public ::testing::Test {
-protected:
-    DetectionEngineTest() {
+// The engine over stand-ins, with the clocks as plain numbers.
+struct Loop {
+    Loop() {
         engine.onSample = [this](const DetectionSample& sample) { published.push_back(sample); };
         engine.onDecision = [this](const HoldDecision&) { ++decisions; };
     }
@@ -70,6 +70,8 @@ protected:
     std::vector<DetectionSample> published;
     int decisions = 0;
 };
+
+class DetectionEngineTest : public ::testing::Test, public Loop {};
 
 TEST_F(DetectionEngineTest, TicksEveryTwoSecondsWithAgentsAndFiveWithout) {
     engine.start();
@@ -125,23 +127,15 @@ TEST_F(DetectionEngineTest, GapsShiftTheMemoriesByTheTimeThatDidNotCount) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        FakeScheduler ownScheduler;
-        FakeCollector ownCollector;
-        DetectionEngine own(
-            {ownCollector, ownScheduler, watcher, {[] { return 0.0; }, [] { return 0.0; }}});
-        std::vector<DetectionSample> seen;
-        own.onSample = [&](const DetectionSample& sample) { seen.push_back(sample); };
-        own.start();
-        ownCollector.samples.push_back(sampleAt(0, c.previousAwake, {workingAgent(at(0))}));
-        ownCollector.samples.push_back(sampleAt(c.wall, c.currentAwake, {idleAgent(at(c.wall))}));
-        for (int ticks = 0; ticks < 2; ++ticks) {
-            ownScheduler.collect();
-            ownScheduler.drainMain();
-        }
+        Loop loop;
+        loop.engine.start();
+        loop.tick(sampleAt(0, c.previousAwake, {workingAgent(at(0))}));
+        loop.tick(sampleAt(c.wall, c.currentAwake, {idleAgent(at(c.wall))}));
+        const auto& seen = loop.published;
         ASSERT_EQ(seen.size(), 2u);
         EXPECT_EQ(seen[1].afterGap, c.gap.has_value());
         auto identity = ProcessIdentity{200, epoch - 3600};
-        auto& remembered = own.memory().policy().instances.at(identity);
+        auto& remembered = loop.engine.memory().policy().instances.at(identity);
         // Working was last seen at the first tick; a gap moves that on by its length.
         EXPECT_EQ(remembered.lastWorkingAt, at(c.gap.value_or(0)));
     }

@@ -5,12 +5,8 @@
 // whose event the test fires.
 #include <atomic>
 #include <deque>
-#include <functional>
 #include <memory>
 #include <mutex>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "base/DetectionScheduling.h"
 #include "evidence/DetectionWatching.h"
@@ -20,37 +16,42 @@ namespace vigilmoth::testing {
 
 class FakeScheduler final : public DetectionScheduling {
 public:
-    struct Tick {
+    struct Tick : DetectionCancellable {
         double seconds;
         std::function<void()> work;
-        std::shared_ptr<bool> cancelled;
+        bool cancelled = false;
+        void cancel() override { cancelled = true; }
     };
-    std::vector<Tick> ticks;
+    struct Token final : DetectionCancellable {
+        std::shared_ptr<Tick> tick;
+        void cancel() override { tick->cancel(); }
+    };
+    std::vector<std::shared_ptr<Tick>> ticks;
     std::deque<std::function<void()>> main;
 
     std::unique_ptr<DetectionCancellable> schedule(double seconds, double,
                                                    std::function<void()> work) override {
-        auto cancelled = std::make_shared<bool>(false);
-        ticks.push_back({seconds, std::move(work), cancelled});
-        return std::make_unique<Token>(cancelled);
+        auto tick = std::make_shared<Tick>();
+        tick->seconds = seconds;
+        tick->work = std::move(work);
+        ticks.push_back(tick);
+        auto token = std::make_unique<Token>();
+        token->tick = tick;
+        return token;
     }
     void onMain(std::function<void()> work) override { main.push_back(std::move(work)); }
 
     // The delays of the ticks still due, in the order they were scheduled.
     std::vector<double> due() const {
         std::vector<double> delays;
-        for (const auto& tick : ticks) {
-            if (!*tick.cancelled) delays.push_back(tick.seconds);
-        }
+        for (const auto& tick : ticks)
+            if (!tick->cancelled) delays.push_back(tick->seconds);
         return delays;
     }
-    // Collects on the queue for every due tick; the results wait for the main thread.
+    // Collects for every due tick; the results wait for the main thread.
     void collect() {
-        auto running = std::move(ticks);
-        ticks.clear();
-        for (auto& tick : running) {
-            if (!*tick.cancelled) tick.work();
-        }
+        for (const auto& tick : std::exchange(ticks, {}))
+            if (!tick->cancelled) tick->work();
     }
     void drainMain() {
         while (!main.empty()) {
@@ -59,23 +60,15 @@ public:
             work();
         }
     }
-
-private:
-    struct Token final : DetectionCancellable {
-        explicit Token(std::shared_ptr<bool> cancelled) : cancelled(std::move(cancelled)) {}
-        void cancel() override { *cancelled = true; }
-        std::shared_ptr<bool> cancelled;
-    };
 };
 
-// Safe to call from the scheduler's thread while the test reads `collections`.
+// The next prepared sample, or the last one again; callable from the scheduler's thread.
 class FakeCollector final : public EvidenceCollecting {
 public:
     std::deque<EvidenceSample> samples;
     std::vector<std::vector<std::string>> asked;
     std::atomic<int> collections = 0;
 
-    // The next prepared sample; with none left, the last one again.
     EvidenceSample collect(const std::vector<std::string>& userNames) override {
         std::lock_guard guard(lock_);
         asked.push_back(userNames);
