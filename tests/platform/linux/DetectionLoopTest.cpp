@@ -33,6 +33,8 @@ protected:
     }
 
     asio::io_context loop;
+    // While a collection runs on the worker the loop has nothing of its own to wait for.
+    asio::executor_work_guard<asio::io_context::executor_type> busy = asio::make_work_guard(loop);
     testing::FakeCollector collector;
     SystemDetectionWatcher watcher{loop};
     AsioDetectionScheduler scheduler{loop};
