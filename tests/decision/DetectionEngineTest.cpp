@@ -141,37 +141,6 @@ TEST_F(DetectionEngineTest, GapsShiftTheMemoriesByTheTimeThatDidNotCount) {
     }
 }
 
-TEST(WakeGateTest, SampledAdvancesTheGate) {
-    struct Case {
-        const char* name;
-        WakeGate before;
-        double awake;
-        bool slept;
-        bool opens;
-        WakeGate after;
-    };
-    const WakeGate announced{.announced = true, .steadySince = 1000};
-    const Case cases[] = {
-        {"announced, then slept",
-         announced,
-         1001,
-         true,
-         false,
-         {.announced = true, .slept = true, .steadySince = 1001}},
-        {"announced, waited 120 s", announced, 1120, false, false, announced},
-        {"announced, waited more than 120 s", announced, 1120.5, false, true, {}},
-        {"the wake seen", {.wokeAt = 50}, 50, false, true, {}},
-        {"a wake stamped after the tick", {.wokeAt = 50}, 49, false, false, {.wokeAt = 50}},
-        {"nothing announced", {}, 10, true, false, {}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        WakeGate gate = c.before;
-        EXPECT_EQ(gate.sampled(c.awake, c.slept), c.opens);
-        EXPECT_EQ(gate, c.after);
-    }
-}
-
 TEST_F(DetectionEngineTest, AnAnnouncedSleepThatDoesNotComeReopensTheGateAfter120Seconds) {
     engine.start();
     awake = 1000;
