@@ -94,7 +94,8 @@ EvidenceSample EvidenceCollector::collect(const std::vector<std::string>& userNa
     double started = sources_.monotonicSeconds();
     SampleTime time{sources_.now(), sources_.awakeSeconds ? sources_.awakeSeconds() : std::nullopt};
     auto snapshot = sources_.census ? sources_.census->snapshot() : std::nullopt;
-    if (!snapshot) {
+    const bool readable = snapshot.has_value();
+    if (!readable) {
         auto bridged = unreadableTable(time, started);
         if (bridged) return *bridged;
         snapshot.emplace();
@@ -138,7 +139,7 @@ EvidenceSample EvidenceCollector::collect(const std::vector<std::string>& userNa
     sample.watchedFiles = std::move(tick.watched);
     sample.cost = sources_.monotonicSeconds() - started;
     lastSample_ = sample;
-    lastReadableAt_ = time;
+    if (readable) lastReadableAt_ = time;
     return sample;
 }
 
@@ -162,8 +163,15 @@ std::optional<EvidenceSample> EvidenceCollector::unreadableTable(const SampleTim
             return sample;
         }
     }
+    // Without anything to bridge with, the frame is bare; after the bridge, the tick goes on
+    // over an empty table, so that the agents' memories are cleaned up.
+    bool hadSample = lastSample_.has_value();
     lastSample_.reset();
-    return std::nullopt;
+    if (hadSample) return std::nullopt;
+    EvidenceSample bare;
+    bare.frame.at = time.at;
+    bare.cost = sources_.monotonicSeconds() - started;
+    return bare;
 }
 
 EvidenceCollector::Matches EvidenceCollector::currentMatches(

@@ -128,6 +128,10 @@ TEST(EvidenceCollectorTest, ASleepEmptiesTheChildWindowsAndMeasuresNoInterval) {
 
 TEST(EvidenceCollectorTest, AnUnreadableTableIsBridgedForThirtySeconds) {
     Harness harness;
+    harness.census->rows.reset();
+    auto first = harness.tick(2);
+    EXPECT_TRUE(first.frame.agents.empty());
+    EXPECT_FALSE(first.frame.awake) << "nothing to bridge with: a bare frame";
     auto agent = process(10, 1, "/usr/bin/aider", 1);
     agent.energyNanojoules = 100;
     harness.census->rows = {{agent}};
