@@ -3,6 +3,8 @@
 // stop. SIGUSR1 renames it (as node renames itself "MainThread"); SIGUSR2 overwrites its
 // argument vector in place. Once it has acted on one of these, it writes how many it has acted
 // on so far to <ready folder>/<id>.handled, so that a test never has to guess when it is done.
+// Its plan may also name a working directory, a file to keep open and a thread burning CPU.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -13,6 +15,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/Spawn.h"
@@ -37,6 +40,21 @@ pid_t spawnChild(const nlohmann::json& node, const std::string& plan) {
          "VIGILMOTH_FAKE_STARTER=" + std::to_string(getpid())});
 }
 
+// Where the node asks to run, the file it keeps open, and a thread that uses CPU for ever.
+void settle(const nlohmann::json& node) {
+    std::string cwd = node.value("cwd", "");
+    if (!cwd.empty() && chdir(cwd.c_str()) != 0) std::exit(3);
+    std::string open = node.value("open", "");
+    if (!open.empty() && ::open(open.c_str(), O_RDONLY | O_CLOEXEC) < 0) std::exit(4);
+    if (node.value("burn", false)) {
+        std::thread([] {
+            volatile unsigned long spins = 0;
+            while (true)
+                spins = spins + 1;
+        }).detach();
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -59,6 +77,7 @@ int main(int argc, char** argv) {
     if (!plan.empty() && !self.empty()) {
         nlohmann::json tree = nlohmann::json::parse(std::ifstream(plan));
         for (const auto& node : tree.at("nodes")) {
+            if (node.at("id").dump() == self) settle(node);
             if (node.at("parent").dump() != self) continue;
             pid_t child = spawnChild(node, plan);
             if (child > 0) children.push_back(child);

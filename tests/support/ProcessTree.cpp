@@ -50,7 +50,10 @@ ProcessTree::ProcessTree(const std::vector<PlannedProcess>& plan) {
         nodes.push_back({{"id", process.id},
                          {"parent", process.parent},
                          {"exe", path},
-                         {"argv", process.arguments}});
+                         {"argv", process.arguments},
+                         {"cwd", process.workingDirectory},
+                         {"open", process.openFile},
+                         {"burn", process.burnsCPU}});
     }
     std::string planPath = folder_ / "plan.json";
     writeFile(planPath, nlohmann::json{{"nodes", nodes}, {"ready", folder_ / "ready"}}.dump());

@@ -19,6 +19,7 @@
 #include "platform/linux/SystemLog.h"
 #include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/SystemSingleCopy.h"
+#include "platform/posix/OpenFileLimit.h"
 #include "platform/posix/SystemPathEnvironment.h"
 
 namespace vigilmoth::Platform {
@@ -85,6 +86,7 @@ CopyCoordination copyCoordination() {
 
 int runApplication() {
     installSystemLogSink();
+    raiseOpenFileLimit();
     asio::io_context context;
     std::unique_ptr<ComeForwardListener> listener;
     try {
@@ -122,6 +124,7 @@ int runDisplayProbe(double) {
 
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
+    raiseOpenFileLimit();
     SystemProcessCensus census;
     FileKeyValueStore defaults(FileKeyValueStore::defaultPath());
     return PosixLab::run(arguments, census, defaults, ownAppPath());
