@@ -1,25 +1,14 @@
 #pragma once
 
-#include <optional>
-
 #include "decision/AgentMemory.h"
 #include "decision/HoldPolicy.h"
-#include "evidence/EvidenceSample.h"
+#include "evidence/SampleGap.h"
 
 namespace vigilmoth {
 
-// Time between two ticks that must count neither as activity nor as inactivity: the Mac
-// slept, or the application stalled while the Mac was awake. The live engine and the lab
-// replay both shift their memories by it, with these same constants.
+// The shifting of the memories over a gap between samples, whose length evidence/SampleGap.h
+// measures.
 namespace SampleGap {
-
-// A difference of the two clocks beyond this is sleep rather than jitter.
-inline constexpr double sleepTolerance = 1;
-// Awake time between two ticks beyond this is a stall rather than a slow tick.
-inline constexpr double stallThreshold = 15;
-
-// The gap in seconds, or nothing when the ticks followed each other normally.
-std::optional<double> length(const std::optional<SampleTime>& previous, const SampleTime& current);
 
 // The memories with every date that vigilmoth set itself moved later by `seconds`.
 void shift(AgentMemories& memories, double seconds);

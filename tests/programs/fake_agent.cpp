@@ -1,20 +1,21 @@
 // Stands in for an agent's process: started under any executable name and argument vector, it
-// starts the children its plan names, reports that it is ready, keeps a core busy for as long
-// as its plan says, and then sleeps until it is told to stop. SIGUSR1 renames it (as node renames
-// itself "MainThread"); SIGUSR2 overwrites its argument vector in place. Once it has acted on one
-// of these, it writes how many it has acted on so far to <ready folder>/<id>.handled, so that a
-// test never has to guess when it is done.
+// starts the children its plan names, reports that it is ready, and sleeps until it is told to
+// stop. SIGUSR1 renames it (as node renames itself "MainThread"); SIGUSR2 overwrites its
+// argument vector in place. Once it has acted on one of these, it writes how many it has acted
+// on so far to <ready folder>/<id>.handled, so that a test never has to guess when it is done.
+// Its plan may also name a working directory, a file to keep open and a thread burning CPU.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/Spawn.h"
@@ -39,16 +40,18 @@ pid_t spawnChild(const nlohmann::json& node, const std::string& plan) {
          "VIGILMOTH_FAKE_STARTER=" + std::to_string(getpid())});
 }
 
-// Keeps a core busy for `seconds`, as a compiler or test run does, unless told to stop.
-void burn(double seconds) {
-    auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    volatile unsigned long spin = 0;
-    while (std::chrono::steady_clock::now() < end) {
-        for (int i = 0; i < 100000; ++i)
-            spin = spin + 1;
-        sigset_t pending;
-        sigpending(&pending);
-        if (sigismember(&pending, SIGTERM)) return;
+// Where the node asks to run, the file it keeps open, and a thread that uses CPU for ever.
+void settle(const nlohmann::json& node) {
+    std::string cwd = node.value("cwd", "");
+    if (!cwd.empty() && chdir(cwd.c_str()) != 0) std::exit(3);
+    std::string open = node.value("open", "");
+    if (!open.empty() && ::open(open.c_str(), O_RDONLY | O_CLOEXEC) < 0) std::exit(4);
+    if (node.value("burn", false)) {
+        std::thread([] {
+            volatile unsigned long spins = 0;
+            while (true)
+                spins = spins + 1;
+        }).detach();
     }
 }
 
@@ -74,6 +77,7 @@ int main(int argc, char** argv) {
     if (!plan.empty() && !self.empty()) {
         nlohmann::json tree = nlohmann::json::parse(std::ifstream(plan));
         for (const auto& node : tree.at("nodes")) {
+            if (node.at("id").dump() == self) settle(node);
             if (node.at("parent").dump() != self) continue;
             pid_t child = spawnChild(node, plan);
             if (child > 0) children.push_back(child);
@@ -81,9 +85,6 @@ int main(int argc, char** argv) {
         std::string ready = tree.at("ready").get<std::string>() + "/" + self;
         handled = ready + ".handled";
         writeAtomically(ready, std::to_string(getpid()));
-        for (const auto& node : tree.at("nodes")) {
-            if (node.at("id").dump() == self) burn(node.value("burn", 0.0));
-        }
     }
     int actedOn = 0;
     while (true) {

@@ -51,7 +51,9 @@ ProcessTree::ProcessTree(const std::vector<PlannedProcess>& plan) {
                          {"parent", process.parent},
                          {"exe", path},
                          {"argv", process.arguments},
-                         {"burn", process.burnSeconds}});
+                         {"cwd", process.workingDirectory},
+                         {"open", process.openFile},
+                         {"burn", process.burnsCPU}});
     }
     std::string planPath = folder_ / "plan.json";
     writeFile(planPath, nlohmann::json{{"nodes", nodes}, {"ready", folder_ / "ready"}}.dump());

@@ -14,7 +14,9 @@ struct PlannedProcess {
     int parent = -1;                     // the id of the parent; -1: started by the test itself
     std::string executable;              // a path under the tree's folder, such as "bin/claude"
     std::vector<std::string> arguments;  // the whole argument vector, argument 0 first
-    double burnSeconds = 0;              // keeps one core busy this long once it is ready
+    std::string workingDirectory;        // where it runs; the starter's folder when empty
+    std::string openFile;                // a file it keeps open, when given
+    bool burnsCPU = false;               // spins a thread instead of only sleeping
 };
 
 // Starts the planned processes as real, sleeping processes (the fake_agent test program copied

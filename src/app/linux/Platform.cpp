@@ -14,12 +14,15 @@
 #include "app/linux/LinuxLabLiveLoop.h"
 #include "app/posix/PosixLab.h"
 #include "base/Log.h"
+#include "evidence/EvidenceCollector.h"
+#include "hooks/HookEvents.h"
 #include "hooks/HookLocation.h"
 #include "platform/linux/FileKeyValueStore.h"
 #include "platform/linux/LinuxPower.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/SystemSingleCopy.h"
+#include "platform/posix/OpenFileLimit.h"
 #include "platform/posix/SystemPathEnvironment.h"
 
 namespace vigilmoth::Platform {
@@ -86,6 +89,7 @@ CopyCoordination copyCoordination() {
 
 int runApplication() {
     installSystemLogSink();
+    raiseOpenFileLimit();
     asio::io_context context;
     std::unique_ptr<ComeForwardListener> listener;
     try {
@@ -123,12 +127,18 @@ int runDisplayProbe(double) {
 
 bool runLab(const std::vector<std::string>& arguments) {
     installSystemLogSink();
+    raiseOpenFileLimit();
     SystemProcessCensus census;
     FileKeyValueStore defaults(FileKeyValueStore::defaultPath());
+    LinuxLabLiveLoop liveLoop([] {
+        auto sources = EvidenceCollector::Sources::system();
+        sources.hookAgent = HookEvents::hookAgent;
+        return std::make_unique<EvidenceCollector>(std::move(sources));
+    });
     return PosixLab::run(arguments, {.census = census,
                                      .defaults = defaults,
                                      .appPath = ownAppPath(),
-                                     .liveLoop = nullptr,
+                                     .liveLoop = &liveLoop,
                                      .osVersion = LinuxLabLiveLoop::osVersion(),
                                      .model = LinuxLabLiveLoop::model()});
 }

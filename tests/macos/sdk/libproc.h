@@ -15,4 +15,9 @@ int proc_name(int pid, void* buffer, uint32_t buffersize);
 // libproc: proc_pid_rusage, a process's resource usage in the layout that flavor names
 int proc_pid_rusage(int pid, int flavor, rusage_info_t* buffer);
 
+// libproc: proc_pidinfo, one flavor of a process's information into a buffer; the bytes written
+int proc_pidinfo(int pid, int flavor, uint64_t arg, void* buffer, int buffersize);
+// libproc: proc_pidfdinfo, one flavor of information on one of a process's descriptors
+int proc_pidfdinfo(int pid, int fd, int flavor, void* buffer, int buffersize);
+
 }  // extern "C"

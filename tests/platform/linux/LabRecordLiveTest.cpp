@@ -1,7 +1,7 @@
 // Show --lab-record for real: the real vigilmoth, in a temporary home, records five stand-in
 // agents for a minute while the test plays their parts (a Claude Code transcript that gets a tool
 // call and then ends its turn, a Codex rollout started and completed, a child command that keeps
-// a core busy for 12 s, an agent that exits), marks the truth from a second process, and the
+// a core busy and then stops, an agent that exits), marks the truth from a second process, and the
 // finished recording replays and scores as it was decided live.
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -111,7 +111,8 @@ std::string rolloutEvent(const std::string& type) {
 
 TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     TemporaryFolder home;
-    std::string cwd = std::filesystem::current_path().string();
+    std::string cwd = home / "work";
+    std::filesystem::create_directories(cwd);
     // Claude Code's transcript of the folder the stand-ins run in, quiet for a minute: idle.
     std::string projects = home / ".claude/projects/";
     std::filesystem::create_directories(projects + ClaudeTranscriptReader::projectName(cwd));
@@ -121,10 +122,10 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
         transcript, std::filesystem::last_write_time(transcript) - std::chrono::seconds(60));
 
     ProcessTree tree({
-        {1, -1, "bin/claude", {"claude"}},
-        {2, -1, "bin/codex", {"codex"}},
+        {1, -1, "bin/claude", {"claude"}, cwd},
+        {2, -1, "bin/codex", {"codex"}, cwd},
         {3, -1, "bin/aider", {"aider"}},
-        {4, 3, "bin/make", {"make", "-j2"}, 12},
+        {4, 3, "bin/make", {"make", "-j2"}, "", "", true},
         {5, -1, "bin/goose", {"goose", "session"}},
         {6, -1, "bin/amp", {"amp"}},
     });
@@ -166,6 +167,13 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     append(rollout, {rolloutEvent("task_complete")});
     EXPECT_NE(recorder.until(part("codex", 2) + "idle"), "");
 
+    // A child command busy for the ten seconds of its window makes its agent work.
+    auto busy = part("aider", 3) + "working";
+    if (std::none_of(recorder.lines().begin(), recorder.lines().end(),
+                     [&](const std::string& line) { return line.find(busy) != std::string::npos; }))
+        EXPECT_NE(recorder.until(busy), "");
+    ::kill(tree.pid(4), SIGTERM);
+
     auto marked = runVigilmoth({"--lab-mark", "claude", "idle", "turn", "over"}, options);
     EXPECT_EQ(marked.status, 0) << marked.err;
     EXPECT_EQ(marked.out, "Marked claude as idle\n");
@@ -183,8 +191,7 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     EXPECT_NE(recorder.process().output().find("Stopped after "), std::string::npos);
     while (!recorder.next(0).empty()) {
     }
-    // The child's 12 s made the agent work once both halves of its window were busy; then it
-    // went idle.
+    // Once the busy child had stopped, the agent went idle.
     auto& lines = recorder.lines();
     auto working = std::find_if(lines.begin(), lines.end(), [&](const std::string& line) {
         return line.find(part("aider", 3) + "working") != std::string::npos;
