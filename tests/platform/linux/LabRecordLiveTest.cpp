@@ -121,9 +121,17 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     std::filesystem::last_write_time(
         transcript, std::filesystem::last_write_time(transcript) - std::chrono::seconds(60));
 
+    // Codex keeps its rollout of today open, and writes what it is doing there.
+    std::string rollout =
+        home /
+        (".codex/sessions/" + *Calendar().formatted(Date::now(), "%Y/%m/%d") + "/rollout-t1.jsonl");
+    std::filesystem::create_directories(std::filesystem::path(rollout).parent_path());
+    append(rollout, {R"({"timestamp":")" + isoNow() +
+                     R"(","type":"session_meta","payload":{"id":"t1","cwd":")" + cwd + R"("}})"});
+
     ProcessTree tree({
         {1, -1, "bin/claude", {"claude"}, cwd},
-        {2, -1, "bin/codex", {"codex"}, cwd},
+        {2, -1, "bin/codex", {"codex"}, cwd, rollout},
         {3, -1, "bin/aider", {"aider"}},
         {4, 3, "bin/make", {"make", "-j2"}, "", "", true},
         {5, -1, "bin/goose", {"goose", "session"}},
@@ -156,22 +164,19 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     append(transcript, fixtureLines("spotter-short.jsonl", 10, 13));
     EXPECT_NE(recorder.until(part("claude", 1) + "idle"), "");
 
-    std::string rollout =
-        home /
-        (".codex/sessions/" + *Calendar().formatted(Date::now(), "%Y/%m/%d") + "/rollout-t1.jsonl");
-    std::filesystem::create_directories(std::filesystem::path(rollout).parent_path());
-    append(rollout, {R"({"timestamp":")" + isoNow() +
-                         R"(","type":"session_meta","payload":{"id":"t1","cwd":")" + cwd + R"("}})",
-                     rolloutEvent("task_started")});
+    append(rollout, {rolloutEvent("task_started")});
     EXPECT_NE(recorder.until(part("codex", 2) + "working"), "");
     append(rollout, {rolloutEvent("task_complete")});
     EXPECT_NE(recorder.until(part("codex", 2) + "idle"), "");
 
     // A child command busy for the ten seconds of its window makes its agent work.
-    auto busy = part("aider", 3) + "working";
-    if (std::none_of(recorder.lines().begin(), recorder.lines().end(),
-                     [&](const std::string& line) { return line.find(busy) != std::string::npos; }))
+    auto busy = part("aider", 3) + "working (runningCommand";
+    auto contains = [](const std::string& text) {
+        return [text](const std::string& line) { return line.find(text) != std::string::npos; };
+    };
+    if (std::none_of(recorder.lines().begin(), recorder.lines().end(), contains(busy))) {
         EXPECT_NE(recorder.until(busy), "");
+    }
     ::kill(tree.pid(4), SIGTERM);
 
     auto marked = runVigilmoth({"--lab-mark", "claude", "idle", "turn", "over"}, options);
@@ -191,17 +196,12 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     EXPECT_NE(recorder.process().output().find("Stopped after "), std::string::npos);
     while (!recorder.next(0).empty()) {
     }
-    // Once the busy child had stopped, the agent went idle.
+    // Once the busy child had stopped, the agent had worked recently.
     auto& lines = recorder.lines();
-    auto working = std::find_if(lines.begin(), lines.end(), [&](const std::string& line) {
-        return line.find(part("aider", 3) + "working") != std::string::npos;
-    });
-    EXPECT_NE(working, lines.end());
-    EXPECT_NE(std::find_if(working, lines.end(),
-                           [&](const std::string& line) {
-                               return line.find(part("aider", 3) + "idle") != std::string::npos;
-                           }),
-              lines.end());
+    auto working = std::find_if(lines.begin(), lines.end(), contains(busy));
+    EXPECT_NE(
+        std::find_if(working, lines.end(), contains(part("aider", 3) + "working (workedRecently")),
+        lines.end());
 
     auto recording = LabFormat::recording(readFile(path));
     auto steps = LabReplay::steps(recording, std::nullopt, std::nullopt);
