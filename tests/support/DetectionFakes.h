@@ -3,10 +3,8 @@
 // Stand-ins for the detection engine's collaborators: a scheduler whose queue and main thread
 // run only when the test says so, a collector that hands out prepared samples, and a watcher
 // whose event the test fires.
-#include <atomic>
 #include <deque>
 #include <memory>
-#include <mutex>
 
 #include "base/DetectionScheduling.h"
 #include "evidence/DetectionWatching.h"
@@ -62,27 +60,17 @@ public:
     }
 };
 
-// The next prepared sample, or the last one again; callable from the scheduler's thread.
 class FakeCollector final : public EvidenceCollecting {
 public:
     std::deque<EvidenceSample> samples;
     std::vector<std::vector<std::string>> asked;
-    std::atomic<int> collections = 0;
 
     EvidenceSample collect(const std::vector<std::string>& userNames) override {
-        std::lock_guard guard(lock_);
         asked.push_back(userNames);
-        if (!samples.empty()) {
-            last_ = std::move(samples.front());
-            samples.pop_front();
-        }
-        ++collections;
-        return last_;
+        auto sample = samples.front();
+        samples.pop_front();
+        return sample;
     }
-
-private:
-    std::mutex lock_;
-    EvidenceSample last_;
 };
 
 class FakeWatcher final : public DetectionWatching {

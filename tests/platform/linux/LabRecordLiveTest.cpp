@@ -95,18 +95,10 @@ void append(const std::string& path, const std::vector<std::string>& lines) {
         file << line << "\n";
 }
 
-std::string isoNow() {
-    std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    char text[32];
-    std::strftime(text, sizeof text, "%FT%T.000Z", &utc);
-    return text;
-}
-
-std::string rolloutEvent(const std::string& type) {
-    return R"({"timestamp":")" + isoNow() + R"(","type":"event_msg","payload":{"type":")" + type +
-           R"(","turn_id":"t1"}})";
+// A turn's start or end in a Codex rollout, stamped now.
+std::string rolloutEvent(const std::string& type, const std::string& stamp) {
+    return R"({"type":"event_msg","payload":{"type":")" + type + R"(","turn_id":"t1",")" + stamp +
+           R"(":)" + std::to_string(std::time(nullptr)) + "}}";
 }
 
 TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
@@ -126,8 +118,7 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
         home /
         (".codex/sessions/" + *Calendar().formatted(Date::now(), "%Y/%m/%d") + "/rollout-t1.jsonl");
     std::filesystem::create_directories(std::filesystem::path(rollout).parent_path());
-    append(rollout, {R"({"timestamp":")" + isoNow() +
-                     R"(","type":"session_meta","payload":{"id":"t1","cwd":")" + cwd + R"("}})"});
+    append(rollout, {R"({"type":"session_meta","payload":{"id":"t1","cwd":")" + cwd + R"("}})"});
 
     ProcessTree tree({
         {1, -1, "bin/claude", {"claude"}, cwd},
@@ -164,9 +155,9 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     append(transcript, fixtureLines("spotter-short.jsonl", 10, 13));
     EXPECT_NE(recorder.until(part("claude", 1) + "idle"), "");
 
-    append(rollout, {rolloutEvent("task_started")});
+    append(rollout, {rolloutEvent("task_started", "started_at")});
     EXPECT_NE(recorder.until(part("codex", 2) + "working"), "");
-    append(rollout, {rolloutEvent("task_complete")});
+    append(rollout, {rolloutEvent("task_complete", "completed_at")});
     EXPECT_NE(recorder.until(part("codex", 2) + "idle"), "");
 
     // A child command busy for the ten seconds of its window makes its agent work.
