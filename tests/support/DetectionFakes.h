@@ -14,28 +14,23 @@ namespace vigilmoth::testing {
 
 class FakeScheduler final : public DetectionScheduling {
 public:
-    struct Tick : DetectionCancellable {
+    struct Tick {
         double seconds;
         std::function<void()> work;
         bool cancelled = false;
-        void cancel() override { cancelled = true; }
     };
     struct Token final : DetectionCancellable {
+        explicit Token(std::shared_ptr<Tick> tick) : tick(std::move(tick)) {}
+        void cancel() override { tick->cancelled = true; }
         std::shared_ptr<Tick> tick;
-        void cancel() override { tick->cancel(); }
     };
     std::vector<std::shared_ptr<Tick>> ticks;
     std::deque<std::function<void()>> main;
 
     std::unique_ptr<DetectionCancellable> schedule(double seconds, double,
                                                    std::function<void()> work) override {
-        auto tick = std::make_shared<Tick>();
-        tick->seconds = seconds;
-        tick->work = std::move(work);
-        ticks.push_back(tick);
-        auto token = std::make_unique<Token>();
-        token->tick = tick;
-        return token;
+        ticks.push_back(std::make_shared<Tick>(Tick{seconds, std::move(work)}));
+        return std::make_unique<Token>(ticks.back());
     }
     void onMain(std::function<void()> work) override { main.push_back(std::move(work)); }
 
@@ -76,11 +71,9 @@ public:
 class FakeWatcher final : public DetectionWatching {
 public:
     std::function<void()> onEvent;
-    std::set<std::string> files;
 
-    void watch(const std::set<std::string>& watched, const std::unordered_set<ProcessIdentity>&,
+    void watch(const std::set<std::string>&, const std::unordered_set<ProcessIdentity>&,
                std::function<void()> handler) override {
-        files = watched;
         onEvent = std::move(handler);
     }
     void stop() override { onEvent = nullptr; }
