@@ -12,9 +12,7 @@ namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
-using testing::FakeCollector;
-using testing::FakeScheduler;
-using testing::FakeWatcher;
+using namespace testing;
 
 // A state agent that reports `state`, seen at `when`.
 AgentEvidence reporting(ReportedState state, Date when) {
@@ -83,7 +81,6 @@ TEST_F(DetectionEngineTest, TwoWatchEventsWithinOneTickCauseOneEarlyTick) {
     EXPECT_EQ(scheduler.due(), std::vector<double>{5}) << "without agents";
     tickWorking(5);
     EXPECT_EQ(scheduler.due(), std::vector<double>{2}) << "with agents";
-    ASSERT_TRUE(watcher.onEvent);
     watcher.onEvent();
     watcher.onEvent();
     scheduler.drainMain();

@@ -1,8 +1,7 @@
 #pragma once
 
-// Stand-ins for the detection engine's collaborators: a scheduler whose queue and main thread
-// run only when the test says so, a collector that hands out prepared samples, and a watcher
-// whose event the test fires.
+// Stand-ins for the engine's collaborators: a scheduler whose queue and main thread run when the
+// test says so, a collector of prepared samples, and a watcher whose event the test fires.
 #include <deque>
 #include <memory>
 
@@ -47,11 +46,8 @@ public:
             if (!tick->cancelled) tick->work();
     }
     void drainMain() {
-        while (!main.empty()) {
-            auto work = std::move(main.front());
-            main.pop_front();
-            work();
-        }
+        for (; !main.empty(); main.pop_front())
+            main.front()();
     }
 };
 

@@ -1,8 +1,6 @@
-// Show --lab-record for real: the real vigilmoth, in a temporary home, records five stand-in
-// agents for a minute while the test plays their parts (a Claude Code transcript that gets a tool
-// call and then ends its turn, a Codex rollout started and completed, a child command that keeps
-// a core busy and then stops, an agent that exits), marks the truth from a second process, and the
-// finished recording replays and scores as it was decided live.
+// Show --lab-record for real: vigilmoth records five stand-in agents in a temporary home for a
+// minute while the test plays their parts (a transcript's tool call and turn end, a rollout's turn,
+// a busy child that stops, an exit) and marks the truth; the file replays as it was decided live.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -107,7 +105,6 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     append(transcript, claude, 1, 5);
     std::filesystem::last_write_time(
         transcript, std::filesystem::last_write_time(transcript) - std::chrono::seconds(60));
-
     // Codex keeps its rollout of today open, and writes what it is doing there.
     std::string rollout =
         home /
@@ -148,12 +145,10 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     EXPECT_LT(recorder.lastSpacing(), 1.5) << "an early tick, not the next regular one";
     append(transcript, claude, 10, 13);
     EXPECT_NE(recorder.until(part("claude", 1) + "idle"), "");
-
     append(rollout, {rolloutEvent("task_started", "started_at")});
     EXPECT_NE(recorder.until(part("codex", 2) + "working"), "");
     append(rollout, {rolloutEvent("task_complete", "completed_at")});
     EXPECT_NE(recorder.until(part("codex", 2) + "idle"), "");
-
     // A child command busy for the ten seconds of its window makes its agent work.
     auto busy = part("aider", 3) + "working (runningCommand";
     auto contains = [](const std::string& text) {
@@ -163,7 +158,6 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
         EXPECT_NE(recorder.until(busy), "");
     }
     ::kill(tree.pid(4), SIGTERM);
-
     auto marked = runVigilmoth({"--lab-mark", "claude", "idle", "turn", "over"}, options);
     EXPECT_EQ(marked.status, 0) << marked.err;
     EXPECT_EQ(marked.out, "Marked claude as idle\n");
