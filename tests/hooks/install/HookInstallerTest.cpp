@@ -341,7 +341,7 @@ TEST_F(HookInstallerTest, PluginScriptsAreOursOrLeftAlone) {
                                          : HookCatalog::kOpencodePluginVersion;
         EXPECT_EQ(installer().status(target), HookStatus::installed(version));
 
-        auto older = HookPluginHistory::source(target.id, 1, "/opt/vigilmoth");
+        auto older = HookPluginHistory::source(target.id, version - 1, "/opt/vigilmoth");
         ASSERT_TRUE(older);
         writeFile(config(target), *older);
         EXPECT_EQ(installer().status(target), HookStatus::outdated());
