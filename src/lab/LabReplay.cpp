@@ -2,8 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <limits>
-#include <unordered_map>
+#include <istream>
 
 #include "decision/SampleGap.h"
 #include "decision/VerdictRules.h"
@@ -321,7 +320,7 @@ LabStep LabReplayer::step(const EvidenceFrame& frame) {
 }
 
 LabScorer::LabScorer(DetectionSettings settings, AwakeMode mode)
-    : settings_(settings), mode_(mode), replayer_(std::move(settings), mode) {}
+    : replayer_(std::move(settings), mode) {}
 
 void LabScorer::add(const LabSample& sample) {
     auto step = replayer_.step(sample.frame);
@@ -356,7 +355,7 @@ LabScore LabScorer::score(std::string title) const {
         std::copy_if(marks.begin(), marks.end(), std::back_inserter(targetMarks),
                      [&](const LabMark& mark) { return mark.agent == target; });
         result.agents.push_back(
-            LabReplay::scoreTarget(target, std::move(targetMarks), trace_, settings_));
+            LabReplay::scoreTarget(target, std::move(targetMarks), trace_, settings()));
     }
     result.heldSeconds = tally_.heldSeconds();
     result.liveMismatches = liveMismatches_;

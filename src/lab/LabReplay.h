@@ -1,5 +1,6 @@
 #pragma once
 
+#include <istream>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,6 +34,9 @@ public:
 
     LabStep step(const EvidenceFrame& frame);
 
+    const DetectionSettings& settings() const { return settings_; }
+    AwakeMode mode() const { return situation_.mode; }
+
 private:
     DetectionSettings settings_;
     HoldSituation situation_;
@@ -52,12 +56,10 @@ public:
     // The score once every sample and mark is in.
     LabScore score(std::string title) const;
 
-    const DetectionSettings& settings() const { return settings_; }
-    AwakeMode mode() const { return mode_; }
+    const DetectionSettings& settings() const { return replayer_.settings(); }
+    AwakeMode mode() const { return replayer_.mode(); }
 
 private:
-    DetectionSettings settings_;
-    AwakeMode mode_;
     LabReplayer replayer_;
     LabTrace trace_;
     LabSeenTally tally_;
@@ -95,8 +97,9 @@ LabScore::Agent score(std::string_view target, std::vector<LabMark> marks,
 std::vector<LabScore::Seen> seen(const std::vector<LabStep>& steps);
 std::string title(const LabRecording& recording);
 std::string title(const std::optional<LabHeader>& header);
-// The score of a recording read from a stream, holding one line of it at a time. Throws
-// LabError::unreadableLine as LabLineReader does.
+// The score of a recording read from a stream, holding one line of it at a time. A header
+// that comes after the first sample has the stream read again from its start (a stream that
+// cannot go back is then left bad). Throws LabError::unreadableLine as LabLineReader does.
 LabScore score(std::istream& input);
 
 DetectionSettings settings(const std::optional<LabHeader>& header,
