@@ -170,9 +170,14 @@ TEST(LabScoreCommandTest, AMalformedMiddleLineFailsWithItsNumber) {
 }
 
 TEST(LabScoreCommandTest, MissingFilesAndMissingPathsAreRefused) {
-    auto result = lab("--lab-score", "/nonexistent/recording.jsonl");
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "Cannot read /nonexistent/recording.jsonl.\n");
+    // A folder opens but cannot be read.
+    for (const auto& path :
+         {std::string("/nonexistent/recording.jsonl"), fixture("lab").string()}) {
+        SCOPED_TRACE(path);
+        auto result = lab("--lab-score", path);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.err, "Cannot read " + path + ".\n");
+    }
     struct Case {
         std::string command;
         std::string usage;
