@@ -1,11 +1,8 @@
 // Show that the tray's menu carries the panel: the headline, an agent's submenu with its
-// sessions and rules, the pause choices, the awake mode and hooks as toggles, quitting; and
-// that the terminal's lines carry the headline and one line per agent and session.
+// sessions and rules, the pause choices, the awake mode and hooks as toggles, quitting.
 #include "ui/ShellMenu.h"
 
 #include <gtest/gtest.h>
-
-#include "ui/TerminalPanel.h"
 
 namespace vigilmoth {
 namespace {
@@ -78,19 +75,8 @@ TEST(ShellMenuTest, CarriesThePanelAndTheSettingsBesideIt) {
         EXPECT_EQ(item->toggle, c.toggle);
         EXPECT_EQ(item->checked, c.checked);
     }
-    EXPECT_FALSE(items.front().separator);
     for (std::size_t i = 1; i < items.size(); ++i)
         EXPECT_FALSE(items[i].separator && items[i - 1].separator) << i;
-}
-
-TEST(ShellMenuTest, TheTerminalShowsTheHeadlineAndEverySession) {
-    auto panel = twoSessions();
-    panel.pausedLabel = "Paused until 18:05";
-    EXPECT_EQ(TerminalPanel::lines(panel),
-              (std::vector<std::string>{"Your computer stays awake · Codex is working",
-                                        "  [working] Codex — Working for 5 minutes",
-                                        "      my_app — Working for 5 minutes",
-                                        "      since 10:04 — Idle", "Paused until 18:05"}));
 }
 
 }  // namespace
