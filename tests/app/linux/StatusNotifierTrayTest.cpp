@@ -85,11 +85,10 @@ protected:
     }
     // The services RegisterStatusNotifierItem was called with, in order.
     std::vector<std::string> registrations() {
-        SdBusError error;
         sd_bus_message* reply = nullptr;
         EXPECT_GE(sd_bus_call_method(bus.client(), kWatcher, kWatcherPath,
-                                     "org.freedesktop.DBus.Mock", "GetMethodCalls", error.get(),
-                                     &reply, "s", "RegisterStatusNotifierItem"),
+                                     "org.freedesktop.DBus.Mock", "GetMethodCalls", nullptr, &reply,
+                                     "s", "RegisterStatusNotifierItem"),
                   0);
         const SdBusMessage kept(reply);
         std::vector<std::string> services;
@@ -105,11 +104,10 @@ protected:
         return services;
     }
     Lines layout(std::uint32_t& revision) {
-        SdBusError error;
         sd_bus_message* reply = nullptr;
         EXPECT_GE(sd_bus_call_method(bus.client(), tray->busName().c_str(),
                                      StatusNotifierTray::kMenuPath, "com.canonical.dbusmenu",
-                                     "GetLayout", error.get(), &reply, "iias", 0, -1, 0),
+                                     "GetLayout", nullptr, &reply, "iias", 0, -1, 0),
                   0);
         const SdBusMessage kept(reply);
         Lines lines;
@@ -144,6 +142,21 @@ ShellMenuInput working(ReportedState state) {
 TEST_F(StatusNotifierTrayTest, ServesThePanelAsAMenuAndTurnsAClickIntoItsCommand) {
     EXPECT_EQ(registrations(), std::vector<std::string>{tray->busName()});
     onLoop([&] { tray->update(working(ReportedState::working), {}, "vigilmoth: awake"); });
+    // The robot comes as ARGB pixels of the size it claims.
+    sd_bus_message* icon = nullptr;
+    ASSERT_GE(
+        sd_bus_get_property(bus.client(), tray->busName().c_str(), StatusNotifierTray::kItemPath,
+                            "org.kde.StatusNotifierItem", "IconPixmap", nullptr, &icon, "a(iiay)"),
+        0);
+    const SdBusMessage keptIcon(icon);
+    int width = 0, height = 0;
+    const void* pixels = nullptr;
+    std::size_t bytes = 0;
+    sd_bus_message_enter_container(icon, 'a', "(iiay)");
+    sd_bus_message_enter_container(icon, 'r', "iiay");
+    sd_bus_message_read(icon, "ii", &width, &height);
+    sd_bus_message_read_array(icon, 'y', &pixels, &bytes);
+    EXPECT_EQ(std::tuple(width, bytes), std::tuple(22, 22u * height * 4));
     std::uint32_t first = 0;
     auto lines = layout(first);
     EXPECT_EQ(lines.count("Claude Code — Working for 5 minutes"), 1u);
