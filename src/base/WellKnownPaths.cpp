@@ -9,6 +9,10 @@ std::optional<std::string> absolute(const std::optional<std::string>& path) {
     return path;
 }
 
+std::string configHome(const PathEnvironment& environment) {
+    return absolute(environment.xdgConfigHome).value_or(environment.home + "/.config");
+}
+
 }  // namespace
 
 namespace WellKnownPaths {
@@ -23,9 +27,11 @@ std::string applicationSupport(const PathEnvironment& environment, HostPlatform 
 }
 
 std::string configuration(const PathEnvironment& environment) {
-    std::string config =
-        absolute(environment.xdgConfigHome).value_or(environment.home + "/.config");
-    return config + "/" + std::string(kBundleIdentifier);
+    return configHome(environment) + "/" + std::string(kBundleIdentifier);
+}
+
+std::string autostartEntry(const PathEnvironment& environment) {
+    return configHome(environment) + "/autostart/vigilmoth.desktop";
 }
 
 std::string runtime(const PathEnvironment& environment) {

@@ -37,6 +37,9 @@ std::string applicationSupport(const PathEnvironment& environment,
 // The folder for the settings file of the Linux key-value store.
 std::string configuration(const PathEnvironment& environment);
 
+// The desktop's autostart entry that opens vigilmoth at login on Linux.
+std::string autostartEntry(const PathEnvironment& environment);
+
 // The per-user folder for the single-copy lock and its socket: the runtime folder when the
 // session has one, else a private folder under /tmp named by the user id.
 std::string runtime(const PathEnvironment& environment);

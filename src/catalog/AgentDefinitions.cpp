@@ -88,7 +88,12 @@ AgentDefinition claude() {
     definition.level = Level::state;
     definition.matchers.push_back(
         withAnyArguments(ProcessMatcher::executable("/claude/versions/", "claude")));
+    // The npm package's native binary starts itself for its daemon, pty hosts and background
+    // sessions with an absolute argument 0, and as its bundled ripgrep under the name "rg".
+    definition.matchers.push_back(withAnyArguments(
+        ProcessMatcher::executableSuffix("/@anthropic-ai/claude-code/bin/claude.exe")));
     definition.exclusions = {
+        {ProcessMatcher::name("rg"), ArgumentPattern::any(), AgentRole::helper},
         anyProcess(ArgumentPattern::leading({"daemon", "run"}), AgentRole::helper),
         anyProcess(ArgumentPattern::leading({"bg-pty-host"}), AgentRole::helper),
         anyProcess(ArgumentPattern::leading({"--bg-pty-host"}), AgentRole::helper),
@@ -110,6 +115,14 @@ AgentDefinition codex() {
         anyProcess(ArgumentPattern::contains({"app-server"}), AgentRole::helper),
         anyProcess(ArgumentPattern::contains({"exec-server"}), AgentRole::helper),
     };
+    return definition;
+}
+
+// Cline's hub daemon stays after the session that started it ends.
+AgentDefinition cline() {
+    AgentDefinition definition = cli("cline", "Cline");
+    definition.exclusions = {
+        anyProcess(ArgumentPattern::contains({"--cline-hub-daemon"}), AgentRole::helper)};
     return definition;
 }
 
@@ -162,14 +175,14 @@ const std::vector<AgentDefinition>& cli() {
         cli("aider-desk", "AiderDesk"),
         cli("amp", "Amp"),
         cli("antigravity", "Antigravity"),
-        cli("augment", "Augment"),
-        cli("cline", "Cline"),
+        cli("augment", "Augment", {"augment", "auggie"}),
+        cline(),
         cli("cn", "Continue"),
         cli("codearts-agent", "CodeArts Agent"),
         cli("codebuddy", "CodeBuddy"),
         cli("codemaker", "CodeMaker"),
         cli("codestudio", "CodeStudio"),
-        cli("command-code", "Command Code"),
+        cli("command-code", "Command Code", {"command-code", "commandcode", "cmdc"}),
         cli("copilot", "GitHub Copilot", {}, notCopilotTool()),
         cli("crush", "Crush"),
         cli("cursor-agent", "Cursor CLI"),
@@ -185,7 +198,8 @@ const std::vector<AgentDefinition>& cli() {
         cli("hermes-agent", "Hermes Agent"),
         cli("iflow-cli", "iFlow CLI"),
         cli("junie", "Junie"),
-        cli("kilo", "Kilo Code", {}, notKiloEditor()),
+        // ".kilo" is the native binary that the "kilo" and "kilocode" commands start.
+        cli("kilo", "Kilo Code", {"kilo", "kilocode", ".kilo"}, notKiloEditor()),
         cli("kiro-cli", "Kiro CLI"),
         cli("mcpjam", "MCPJam"),
         cli("mistral-vibe", "Mistral Vibe"),
@@ -196,8 +210,8 @@ const std::vector<AgentDefinition>& cli() {
         cli("openhands", "OpenHands"),
         cli("pi", "Pi"),
         cli("pochi", "Pochi"),
-        cli("qoder", "Qoder"),
-        cli("qwen-code", "Qwen Code"),
+        cli("qoder", "Qoder", {"qoder", "qodercli"}),
+        cli("qwen-code", "Qwen Code", {"qwen-code", "qwen"}),
         cli("rovodev", "Rovo Dev"),
         cli("tabnine-cli", "Tabnine CLI"),
         cli("trae", "Trae", {"trae", "trae-cn"}),

@@ -12,6 +12,8 @@ using Words = std::vector<std::string>;
 struct Decoded {
     std::string name;
     Words rest;
+    // For a script inside an installed package: the package's name, after its scope.
+    std::string package;
 };
 
 Words after(const Words& words, size_t index) {
@@ -47,6 +49,34 @@ InterpreterFlags flags(std::string_view interpreter) {
         return {{"-c", "--config", "--import-map", "--lock", "--cert", "-L", "--log-level"}, {}};
     if (interpreter == "ruby") return {{"-I", "-r", "-C", "-E"}, {"-e"}};
     return {};
+}
+
+// A script inside an installed package is known by its file name without the script
+// extension and by its package (`node .../@qwen-code/qwen-code/cli.js`); elsewhere a file
+// name keeps its extension, so that `node cli.js` names nothing.
+Decoded scriptNamed(std::string_view word, Words rest) {
+    constexpr std::string_view kModules = "node_modules/";
+    auto modules = word.rfind(kModules);
+    if (modules == std::string_view::npos || (modules > 0 && word[modules - 1] != '/'))
+        return Decoded{targetName(word), std::move(rest), {}};
+    std::string_view inside = word.substr(modules + kModules.size());
+    std::string_view package = inside.substr(0, inside.find('/'));
+    if (CommandText::startsWith(package, "@")) {
+        auto scopeEnd = inside.find('/');
+        std::string_view named =
+            scopeEnd == std::string_view::npos ? std::string_view() : inside.substr(scopeEnd + 1);
+        package = named.substr(0, named.find('/'));
+    }
+    // ".bin" holds the packages' commands, and a package's own folder is no script.
+    if (CommandText::startsWith(package, ".")) package = {};
+    std::string name = targetName(word);
+    for (std::string_view extension : {".js", ".mjs", ".cjs"}) {
+        if (name.size() > extension.size() && name.ends_with(extension)) {
+            name.resize(name.size() - extension.size());
+            break;
+        }
+    }
+    return Decoded{std::move(name), std::move(rest), CommandText::lowered(package)};
 }
 
 // The program a launcher runs: the word after one of its subcommand sequences, among the first
@@ -91,7 +121,7 @@ std::optional<Decoded> script(const std::string& interpreter, const Words& rest)
     for (size_t index = 0; index < rest.size(); ++index) {
         const auto& word = rest[index];
         if (!CommandText::startsWith(word, "-") || word == "-")
-            return Decoded{targetName(word), after(rest, index)};
+            return scriptNamed(word, after(rest, index));
         if (interpreterFlags.inlineCode.contains(word)) return std::nullopt;
         if (interpreterFlags.valued.contains(word)) {
             ++index;
@@ -134,11 +164,36 @@ std::string targetName(std::string_view word) {
     return CommandText::lowered(name);
 }
 
+namespace {
+
+// Trailing empty arguments are padding, never names.
+Words meaningfulArguments(const Words& arguments) {
+    Words words = arguments;
+    while (!words.empty() && words.back().empty())
+        words.pop_back();
+    // A rewritten title ("npm exec codex" padded with empty strings) is one argument 0 that
+    // holds the whole command line; a path with spaces is not one.
+    if (words.size() == 1 && words[0].find(' ') != std::string::npos &&
+        words[0].substr(0, words[0].find(' ')).find('/') == std::string::npos) {
+        std::string title = std::move(words[0]);
+        words.clear();
+        for (size_t start = 0; start < title.size();) {
+            size_t end = std::min(title.find(' ', start), title.size());
+            if (end > start) words.push_back(title.substr(start, end - start));
+            start = end + 1;
+        }
+    }
+    return words;
+}
+
+}  // namespace
+
 Command command(const ProcessInfoRow& row) {
+    const Words arguments = meaningfulArguments(row.arguments);
     const std::string argName =
-        row.arguments.empty() ? std::string() : CommandText::loweredBaseName(row.arguments[0]);
+        arguments.empty() ? std::string() : CommandText::loweredBaseName(arguments[0]);
     const std::string exeName = CommandText::loweredBaseName(row.executablePath);
-    const Words rest = after(row.arguments, 0);
+    const Words rest = after(arguments, 0);
     Command command;
     if (!argName.empty()) command.names.push_back(argName);
     bool decoded = false;
@@ -146,6 +201,7 @@ Command command(const ProcessInfoRow& row) {
         appendName(command.names, std::move(program->name));
         command.arguments = std::move(program->rest);
         command.interpreted = isInterpreter(exeName);
+        command.launched = true;
         decoded = true;
     } else {
         for (const auto* candidate : {&argName, &exeName}) {
@@ -154,11 +210,15 @@ Command command(const ProcessInfoRow& row) {
             if (!program) continue;
             command.interpreted = isInterpreter(exeName);
             auto inner = launched(program->name, program->rest);
+            if (!inner && !program->package.empty())
+                inner = launched(program->package, program->rest);
             appendName(command.names, std::move(program->name));
+            if (!program->package.empty()) appendName(command.names, std::move(program->package));
             command.arguments = std::move(program->rest);
             if (inner) {
                 appendName(command.names, std::move(inner->name));
                 command.arguments = std::move(inner->rest);
+                command.launched = true;
             }
             decoded = true;
             break;

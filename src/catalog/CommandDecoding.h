@@ -17,6 +17,7 @@ struct Command {
     std::vector<std::string> names;      // lower case, in order of discovery
     std::vector<std::string> arguments;  // after the last decoded program name
     bool interpreted = false;            // the program runs under a script interpreter
+    bool launched = false;               // a launcher (npx, uvx, pnpm dlx ...) starts it
 
     bool operator==(const Command&) const = default;
 };

@@ -28,11 +28,13 @@ Rule notification(std::optional<std::string> matcher) {
 
 std::map<std::string, std::vector<Rule>> makeRules() {
     return {
+        // Claude Code fires PermissionRequest as it asks, 6 s before its permission_prompt
+        // notification, and ends a turn that failed on the API with StopFailure, not Stop.
         {"claude",
          {plain("UserPromptSubmit", kWorking), plain("PreToolUse", kWorking),
-          plain("PostToolUse", kWorking),
+          plain("PermissionRequest", kWaiting), plain("PostToolUse", kWorking),
           notification("permission_prompt|elicitation_dialog|elicitation_url_dialog|idle_prompt"),
-          plain("Stop", kIdle), plain("SessionEnd", kEnd)}},
+          plain("Stop", kIdle), plain("StopFailure", kIdle), plain("SessionEnd", kEnd)}},
         {"codex",
          {plain("UserPromptSubmit", kWorking), plain("PreToolUse", kWorking),
           plain("PermissionRequest", kWaiting), plain("PostToolUse", kWorking),
@@ -51,7 +53,8 @@ std::map<std::string, std::vector<Rule>> makeRules() {
           plain("tool_execution_end", kWorking), plain("ui_prompt_start", kWaiting),
           plain("ui_prompt_end", kWorking), plain("session_before_compact", kWorking),
           plain("session_compact", kIdle), plain("session_compact_failed", kIdle),
-          plain("agent_settled", kIdle), plain("session_shutdown", kEnd)}},
+          plain("agent_end", kIdle), plain("agent_settled", kIdle),
+          plain("session_shutdown", kEnd)}},
         {"cursor",
          {plain("beforeSubmitPrompt", kWorking), plain("afterAgentThought", kWorking),
           plain("afterAgentResponse", kWorking), plain("postToolUse", kWorking),

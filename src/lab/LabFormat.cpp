@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <sstream>
 
+#include "base/Utf8.h"
 #include "lab/LabError.h"
 #include "ui/HoldHeadlineText.h"
 
@@ -215,45 +217,28 @@ LabHeader scrubbed(LabHeader header) {
     return header;
 }
 
-namespace {
-
-std::vector<std::string_view> nonEmptyLines(std::string_view text) {
-    std::vector<std::string_view> lines;
-    size_t start = 0;
-    while (start <= text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string_view::npos) end = text.size();
-        if (end > start) lines.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return lines;
+std::optional<LabSample> takeSample(LabLine& line) {
+    if (!line.frame) return std::nullopt;
+    return LabSample{
+        .frame = std::move(*line.frame),
+        .verdicts = std::move(line.verdicts).value_or(std::vector<LabVerdict>{}),
+        .hold = std::move(line.hold),
+        .ms = line.ms,
+    };
 }
-
-void add(LabLine line, LabRecording& recording) {
-    if (line.header) recording.header = std::move(line.header);
-    if (line.mark) recording.marks.push_back(std::move(*line.mark));
-    if (line.frame) {
-        recording.samples.push_back(LabSample{
-            .frame = std::move(*line.frame),
-            .verdicts = line.verdicts.value_or(std::vector<LabVerdict>{}),
-            .hold = std::move(line.hold),
-            .ms = line.ms,
-        });
-    }
-}
-
-}  // namespace
 
 LabRecording recording(std::string_view text) {
+    std::istringstream input{std::string(text)};
+    return recording(input);
+}
+
+LabRecording recording(std::istream& input) {
     LabRecording recording;
-    auto lines = nonEmptyLines(text);
-    for (size_t index = 0; index < lines.size(); ++index) {
-        auto line = decodeJSONText<LabLine>(lines[index]);
-        if (!line) {
-            if (index + 1 == lines.size()) break;
-            throw LabError::unreadableLine(static_cast<int>(index + 1));
-        }
-        add(std::move(*line), recording);
+    LabLineReader reader(input);
+    while (auto line = reader.next()) {
+        if (line->header) recording.header = std::move(line->header);
+        if (line->mark) recording.marks.push_back(std::move(*line->mark));
+        if (auto sample = takeSample(*line)) recording.samples.push_back(std::move(*sample));
     }
     std::stable_sort(recording.marks.begin(), recording.marks.end(),
                      [](const LabMark& a, const LabMark& b) { return a.at < b.at; });
@@ -261,4 +246,27 @@ LabRecording recording(std::string_view text) {
 }
 
 }  // namespace LabFormat
+
+bool LabLineReader::advance() {
+    while (std::getline(input_, text_)) {
+        if (text_.empty()) continue;
+        ++number_;
+        // Recordings are ASCII but for names; most lines need no repair, and no copy.
+        if (!std::all_of(text_.begin(), text_.end(),
+                         [](char byte) { return static_cast<unsigned char>(byte) < 0x80; })) {
+            text_ = repairedUtf8(text_);
+        }
+        return true;
+    }
+    return false;
+}
+
+std::optional<LabLine> LabLineReader::next() {
+    if (!advance()) return std::nullopt;
+    if (auto line = decodeJSONText<LabLine>(text_)) return line;
+    int unreadable = number_;
+    if (advance()) throw LabError::unreadableLine(unreadable);
+    return std::nullopt;
+}
+
 }  // namespace vigilmoth

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <istream>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -118,6 +119,31 @@ LabHeader scrubbed(LabHeader header);
 // Reads a whole file's text. A torn last line is dropped, as a running recording may end in
 // one; any other unreadable line throws LabError::unreadableLine with its number.
 LabRecording recording(std::string_view text);
+LabRecording recording(std::istream& input);
+// The sample a line carries when it has a frame, its parts moved out of the line.
+std::optional<LabSample> takeSample(LabLine& line);
 
 }  // namespace LabFormat
+
+// Decodes a recording one line at a time, so that a day-long file never sits in memory whole:
+// only the line being read is held. Its bytes are taken as UTF-8, each invalid sequence
+// replaced, as the recorder's own names were.
+class LabLineReader {
+public:
+    explicit LabLineReader(std::istream& input) : input_(input) {}
+
+    // The next line that decodes; none at the end. A torn last line ends the recording, as a
+    // running one may end in it; any other unreadable line throws LabError::unreadableLine
+    // with its number, counting non-empty lines from 1. Whether the input ended or failed is
+    // the stream's to tell.
+    std::optional<LabLine> next();
+
+private:
+    // Moves to the next non-empty line; false at the end of the input.
+    bool advance();
+
+    std::istream& input_;
+    std::string text_;
+    int number_ = 0;
+};
 }  // namespace vigilmoth

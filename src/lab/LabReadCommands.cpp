@@ -1,9 +1,7 @@
 #include "lab/LabReadCommands.h"
 
 #include <fstream>
-#include <sstream>
 
-#include "base/Utf8.h"
 #include "lab/LabError.h"
 #include "lab/LabFormat.h"
 #include "lab/LabNotices.h"
@@ -23,27 +21,29 @@ bool usage(LabContext& context, const char* text) {
     return false;
 }
 
-// Reads and decodes a recording, or tells why not and answers none.
-std::optional<LabRecording> readRecording(const std::string& path, LabContext& context) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream bytes;
-    if (file) bytes << file.rdbuf();
-    if (!file || file.bad()) {
-        fail(context, "Cannot read " + path + ".");
-        return std::nullopt;
-    }
-    try {
-        return LabFormat::recording(repairedUtf8(bytes.str()));
-    } catch (const LabError& error) {
-        fail(context, error.description());
-        return std::nullopt;
-    }
-}
-
 bool print(const std::string& text, LabContext& context) {
     context.out << text << "\n";
     context.out.flush();
     return true;
+}
+
+// Reads the recording with `read`, line by line, and prints what it answers; or tells why the
+// file cannot be read and answers false.
+template <class Read>
+bool readAndPrint(const std::string& path, LabContext& context, Read read) {
+    std::ifstream file(path, std::ios::binary);
+    std::string text;
+    try {
+        if (file) text = read(file);
+    } catch (const LabError& error) {
+        fail(context, error.description());
+        return false;
+    }
+    if (!file.is_open() || file.bad()) {
+        fail(context, "Cannot read " + path + ".");
+        return false;
+    }
+    return print(text, context);
 }
 
 }  // namespace
@@ -59,15 +59,14 @@ bool runNotices(const std::vector<std::string>& parameters, LabContext& context)
 }
 
 bool score(const std::string& path, LabContext& context) {
-    auto recording = readRecording(path, context);
-    if (!recording) return false;
-    return print(LabReplay::score(*recording, std::nullopt, std::nullopt).report(), context);
+    return readAndPrint(path, context,
+                        [](std::istream& file) { return LabReplay::score(file).report(); });
 }
 
 bool notices(const std::string& path, LabContext& context) {
-    auto recording = readRecording(path, context);
-    if (!recording) return false;
-    return print(LabNotices::report(*recording), context);
+    return readAndPrint(path, context, [](std::istream& file) {
+        return LabNotices::report(LabFormat::recording(file));
+    });
 }
 
 }  // namespace vigilmoth::LabReadCommands

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "base/Date.h"
+#include "base/MachineWord.h"
 #include "lab/LabMark.h"
-#include "ui/MachineWord.h"
 
 namespace vigilmoth {
 

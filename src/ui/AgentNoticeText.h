@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/Date.h"
+#include "base/MachineWord.h"
 #include "decision/SleepOutlook.h"
 #include "notices/AgentNoticeContent.h"
-#include "ui/MachineWord.h"
 
 namespace vigilmoth::AgentNoticeText {
 

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "base/MachineWord.h"
 #include "decision/HoldHeadline.h"
-#include "ui/MachineWord.h"
 
 namespace vigilmoth::HoldHeadlineText {
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "ui/MachineWord.h"
+#include "base/MachineWord.h"
 
 namespace vigilmoth {
 

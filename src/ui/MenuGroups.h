@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "base/Date.h"
+#include "base/MachineWord.h"
 #include "catalog/ProcessCensus.h"
 #include "decision/AgentReading.h"
-#include "ui/MachineWord.h"
 #include "ui/PanelInput.h"
 #include "ui/PanelState.h"
 #include "ui/StateClock.h"

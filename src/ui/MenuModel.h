@@ -4,9 +4,9 @@
 #include <string>
 
 #include "base/Date.h"
+#include "base/MachineWord.h"
 #include "decision/HoldHeadline.h"
 #include "ui/HeroPose.h"
-#include "ui/MachineWord.h"
 #include "ui/MenuGroups.h"
 #include "ui/PanelInput.h"
 #include "ui/PanelState.h"

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "ui/MachineWord.h"
+#include "base/MachineWord.h"
 
 namespace vigilmoth::NoLimitBatteryWarningText {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/MachineWord.h"
 #include "decision/DetectionSettings.h"
 #include "ui/HeroPose.h"
-#include "ui/MachineWord.h"
 #include "ui/PanelAction.h"
 
 namespace vigilmoth {

@@ -7,12 +7,12 @@
 
 #include "base/Calendar.h"
 #include "base/Date.h"
+#include "base/MachineWord.h"
 #include "decision/AgentReading.h"
 #include "decision/HoldHeadline.h"
 #include "decision/HoldSubject.h"
 #include "decision/SleepOutlook.h"
 #include "decision/SleepReason.h"
-#include "ui/MachineWord.h"
 #include "ui/PanelAction.h"
 
 namespace vigilmoth {

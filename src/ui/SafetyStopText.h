@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "base/MachineWord.h"
 #include "power/SafetyStop.h"
-#include "ui/MachineWord.h"
 
 namespace vigilmoth::SafetyStopText {
 

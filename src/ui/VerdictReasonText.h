@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "base/MachineWord.h"
 #include "decision/VerdictReason.h"
-#include "ui/MachineWord.h"
 
 namespace vigilmoth::VerdictReasonText {
 

@@ -43,6 +43,10 @@ TEST(WellKnownPathsTest, RuntimeFolderFallsBackToAPrivateTemporaryFolder) {
     environment.xdgRuntimeDir = "/run/user/1000";
     EXPECT_EQ(WellKnownPaths::runtime(environment), "/run/user/1000/com.vigilmoth.app");
     EXPECT_EQ(WellKnownPaths::configuration(environment), "/home/ada/.config/com.vigilmoth.app");
+    EXPECT_EQ(WellKnownPaths::autostartEntry(environment),
+              "/home/ada/.config/autostart/vigilmoth.desktop");
+    environment.xdgConfigHome = "/cfg";
+    EXPECT_EQ(WellKnownPaths::autostartEntry(environment), "/cfg/autostart/vigilmoth.desktop");
 }
 
 }  // namespace

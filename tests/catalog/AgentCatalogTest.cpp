@@ -115,6 +115,7 @@ TEST(AgentCatalogTest, ProcessNamesComeOnlyFromNameMatchers) {
         {"cursor-desktop", {}},
         {"claude-desktop", {}},
         {"trae", {"trae", "trae-cn"}},
+        {"kilo", {"kilo", "kilocode", ".kilo"}},
         {"mistral-vibe", {"mistral-vibe"}},
         {"codex", {"codex"}},
     };
@@ -135,8 +136,10 @@ TEST(AgentCatalogTest, ProcessNamesAreLowerCased) {
 
 TEST(AgentCatalogTest, CliNamesAreTheNamesOfEveryCommandLineDefinition) {
     const auto names = AgentCatalog::standard().cliNames();
-    // 46 definitions, two of which carry a second name.
-    EXPECT_EQ(names.size(), 48u);
+    // 46 definitions, seven of which carry further names (Kilo two, Command Code two more).
+    EXPECT_EQ(names.size(), 55u);
+    EXPECT_TRUE(names.contains(".kilo"));
+    EXPECT_TRUE(names.contains("qwen"));
     EXPECT_TRUE(names.contains("trae-cn"));
     EXPECT_TRUE(names.contains("gemini-cli"));
     EXPECT_TRUE(names.contains("claude"));
@@ -165,12 +168,12 @@ TEST(AgentCatalogTest, ExclusionsKeepTheirOrder) {
     EXPECT_EQ(codex->exclusions[2].role, AgentRole::helper);
 
     const auto* claude = AgentCatalog::standard().definition("claude");
-    ASSERT_EQ(claude->matchers.size(), 2u);
+    ASSERT_EQ(claude->matchers.size(), 3u);
     EXPECT_EQ(claude->matchers[1].process,
               ProcessMatcher::executable("/claude/versions/", "claude"));
-    ASSERT_EQ(claude->exclusions.size(), 5u);
-    EXPECT_EQ(claude->exclusions[4].role, AgentRole::helperMaybeSession);
-    EXPECT_FALSE(claude->exclusions[4].process.has_value());
+    ASSERT_EQ(claude->exclusions.size(), 6u);
+    EXPECT_EQ(claude->exclusions[5].role, AgentRole::helperMaybeSession);
+    EXPECT_FALSE(claude->exclusions[5].process.has_value());
 
     const auto* codexDesktop = AgentCatalog::standard().definition("codex-desktop");
     ASSERT_EQ(codexDesktop->matchers.size(), 1u);
@@ -183,7 +186,7 @@ TEST(AgentCatalogTest, UnlessListsGuardNamesSharedWithOtherTools) {
     ASSERT_EQ(goose.size(), 2u);
     EXPECT_EQ(std::get<ArgumentPattern::FirstIsOne>(goose[0].value).of.size(), 22u);
     EXPECT_EQ(goose[1], ArgumentPattern::contains({"-dir"}));
-    const auto& kilo = catalog.definition("kilo")->matchers.at(0).unless;
+    const auto& kilo = catalog.definition("kilo")->matchers.at(2).unless;
     ASSERT_EQ(kilo.size(), 1u);
     EXPECT_EQ(kilo[0], ArgumentPattern::oneFile(AgentDefinitions::textFileExtensions()));
     const auto& copilot = catalog.definition("copilot")->matchers.at(0).unless;

@@ -13,6 +13,7 @@ struct Process {
     int32_t ppid;
     const char* id;  // the agent it is matched to; null: none
     AgentRole role;
+    std::vector<std::string> arguments = {};
 };
 
 constexpr auto session = AgentRole::session;
@@ -29,6 +30,7 @@ std::vector<std::string> grouped(const std::vector<Process>& processes) {
         row.pid = process.pid;
         row.ppid = process.ppid;
         row.startTime = 1000 + process.pid;
+        row.arguments = process.arguments;
         rows.push_back(row);
         if (process.id) {
             AgentDefinition definition;
@@ -103,6 +105,23 @@ TEST(AgentInstancesTest, GroupsProcessesUnderTheirRoots) {
          {{30, 1, "pi", session}, {20, 1, "amp", session}},
          {"pi session 30: 30", "amp session 20: 20"}},
         {"nothing matched", {{10, 1, nullptr, session}}, {}},
+        {"a launcher, the shell it inserts, a node wrapper and the binary are one instance",
+         {{10, 1, nullptr, session, {"npm exec @anthropic-ai/claude-code", ""}},
+          {11, 10, nullptr, session, {"sh", "-c", "claude --resume"}},
+          {12, 11, "claude", session, {"node", "/n/.bin/claude"}},
+          {13, 12, "claude", session, {"claude"}}},
+         {"claude session 10: 10 11 12 13"}},
+        {"the first agent takes a launcher; other agents, other shells and shells without a "
+         "launcher stay out",
+         {{10, 1, nullptr, session, {"bunx", "x"}},
+          {11, 10, "codex", session, {"codex"}},
+          {12, 10, "claude", session, {"claude"}},
+          {13, 11, nullptr, session, {"sh", "-c", "pi"}},
+          {14, 13, "pi", session, {"pi"}},
+          {15, 10, nullptr, session, {"sh", "-c", "make"}},
+          {16, 15, "amp", session, {"amp"}}},
+         {"codex session 10: 10 15 11 13", "claude session 12: 12", "pi session 14: 14",
+          "amp session 16: 16"}},
     };
     for (const auto& testCase : cases) {
         SCOPED_TRACE(testCase.name);

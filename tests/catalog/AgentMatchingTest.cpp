@@ -22,6 +22,7 @@ constexpr auto engine = AgentRole::engine;
 constexpr auto helper = AgentRole::helper;
 constexpr auto maybeSession = AgentRole::helperMaybeSession;
 
+const char* const kClaudeNpm = "/n/@anthropic-ai/claude-code/bin/claude.exe";
 const char* const kCodexApp =
     "/Applications/Codex.app/Contents/Resources/codex-cli/CodexCLI.app/Contents/MacOS/codex";
 
@@ -54,6 +55,15 @@ TEST(AgentMatchingTest, CommandLineAgentsThroughTheirNames) {
         {"/usr/bin/uvx", {"uvx", "aider"}, "aider", session},
         {"/usr/bin/pnpm", {"pnpm", "-w", "dlx", "trae-cn"}, "trae", session},
         {"/usr/bin/node", {"node", "/opt/x/node_modules/.bin/gemini"}, "gemini", session},
+        // Scripts in node_modules by file and package; npm's title; near misses.
+        {"/bin/node", {"node", "/o/node_modules/@qwen-code/qwen-code/cli.js"}, "qwen-code"},
+        {"/bin/node", {"node", "/o/node_modules/@openai/codex/bin/codex.js"}, "codex"},
+        {"/bin/node", {"node", "/o/node_modules/pnpm/bin/pnpm.cjs", "dlx", "qwen"}, "qwen-code"},
+        {"/bin/node", {"npm exec @openai/codex", "", ""}, "codex"},
+        {"/bin/node", {"npm view @scope/codex", "", ""}, ""},
+        {"/bin/node", {"node", "cli.js"}, ""},
+        {"/bin/node", {"npx", "", ""}, ""},
+        {"/opt/My App/codex", {"/opt/My App/codex"}, "codex"},
         // Matching is on decoded names, whatever the case of argument 0.
         {"/opt/Droid", {"Droid"}, "droid", session},
         {"/usr/bin/sleep", {"sleep", "100"}, ""},
@@ -71,6 +81,7 @@ TEST(AgentMatchingTest, UnlessListsTellOtherToolsOfTheSameName) {
         {"/usr/bin/kilo", {"kilo", "notes.md"}, ""},
         {"/usr/bin/kilo", {"kilo", "src/main.cpp"}, ""},
         {"/usr/bin/kilo", {"kilo"}, "kilo", session},
+        {"/usr/bin/kilocode", {"kilocode", "notes.md"}, ""},
         // Not one text file: two words, an option, a hidden file, an unknown extension.
         {"/usr/bin/kilo", {"kilo", "a.md", "b.md"}, "kilo", session},
         {"/usr/bin/kilo", {"kilo", "-x.md"}, "kilo", session},
@@ -97,6 +108,14 @@ TEST(AgentMatchingTest, ExclusionsGiveHelperAndEngineRolesInOrder) {
         {"/usr/bin/codex", {"codex", "app-server", "--listen", "unix://"}, "codex", helper},
         {"/usr/bin/codex", {"codex", "exec-server"}, "codex", helper},
         {"/usr/bin/codex", {"codex", "exec", "hi"}, "codex", session},
+        {"/bin/node", {"cline", "--cline-hub-daemon"}, "cline", helper},
+        // Claude Code from npm starting itself, and as its bundled ripgrep.
+        {kClaudeNpm, {kClaudeNpm, "daemon", "run"}, "claude", helper},
+        {kClaudeNpm, {kClaudeNpm, "--bg-pty-host"}, "claude", helper},
+        {kClaudeNpm, {kClaudeNpm, "--bg-spare"}, "claude", maybeSession},
+        {kClaudeNpm, {kClaudeNpm, "--session-id", "0b8f4c6e", "fix it"}, "claude", session},
+        {kClaudeNpm, {"rg", "--files"}, "claude", helper},
+        {"/usr/bin/rg", {"rg", "--files"}, ""},
         // codex-code-mode-host is a helper only when it is also known as codex.
         {"/opt/codex/codex-code-mode-host", {"codex"}, "codex", helper},
         {"/opt/codex/codex-code-mode-host", {"codex-code-mode-host"}, ""},

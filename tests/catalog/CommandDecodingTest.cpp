@@ -86,7 +86,7 @@ TEST(CommandDecodingTest, DecodesLaunchersInterpretersAndTargets) {
         // A script that is itself a launcher: the launched program is decoded too.
         {"/usr/bin/node",
          {"node", "/usr/lib/node_modules/npm/bin/npx-cli.js", "-y", "x"},
-         {"node", "npx-cli.js"},
+         {"node", "npx-cli", "npm"},
          {"-y", "x"},
          true},
         {"/usr/bin/node",

@@ -5,10 +5,13 @@
 #include <gtest/gtest.h>
 
 #include "support/DecisionBuilders.h"
+#include "support/MachineWording.h"
 #include "ui/HoldHeadlineText.h"
 
 namespace vigilmoth {
 namespace {
+
+using testing::worded;
 
 using namespace verdicttest;
 using Level = AgentDefinition::Level;
@@ -214,28 +217,28 @@ TEST(HoldPolicyTest, TheRestHeadlineSpeaksOfWaitersThenIdlersAndNeverOfIgnoredAg
         const char* name;
         std::vector<AgentHold> holds;
         HoldHeadline expected;
-        const char* text;
+        std::string text;
     };
     const Case cases[] = {
-        {"none", holds({}), HoldHeadline::noAgents(), "Mac can sleep: no agent is open"},
+        {"none", holds({}), HoldHeadline::noAgents(), worded("Mac can sleep: no agent is open")},
         {"only an ignored agent", holds({{reading("skipped", waiting), std::nullopt}}),
-         HoldHeadline::noAgents(), "Mac can sleep: no agent is open"},
+         HoldHeadline::noAgents(), worded("Mac can sleep: no agent is open")},
         {"one idle", holds({{reading("Codex", idle), std::nullopt}}),
-         HoldHeadline::idle(HoldSubject::one("Codex")), "Mac can sleep: Codex is idle"},
+         HoldHeadline::idle(HoldSubject::one("Codex")), worded("Mac can sleep: Codex is idle")},
         {"two idle and an ignored one",
          holds({{reading("Codex", idle, 1), std::nullopt},
                 {reading("skipped", idle, 2), std::nullopt},
                 {reading("Aider", working, 3), std::nullopt}}),
-         HoldHeadline::idle(HoldSubject::many(2)), "Mac can sleep: all agents are idle"},
+         HoldHeadline::idle(HoldSubject::many(2)), worded("Mac can sleep: all agents are idle")},
         {"a waiter is named before the idle",
          holds({{reading("Codex", idle, 1), std::nullopt},
                 {reading("Claude Code", waiting, 2), std::nullopt}}),
          HoldHeadline::waitingReleased(HoldSubject::one("Claude Code")),
-         "Mac can sleep: Claude Code is waiting for you"},
+         worded("Mac can sleep: Claude Code is waiting for you")},
         {"an ignored waiter is not",
          holds({{reading("Codex", idle, 1), std::nullopt},
                 {reading("skipped", waiting, 2), std::nullopt}}),
-         HoldHeadline::idle(HoldSubject::one("Codex")), "Mac can sleep: Codex is idle"},
+         HoldHeadline::idle(HoldSubject::one("Codex")), worded("Mac can sleep: Codex is idle")},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

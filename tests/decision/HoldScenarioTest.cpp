@@ -5,10 +5,13 @@
 
 #include "decision/HoldPolicy.h"
 #include "support/DecisionBuilders.h"
+#include "support/MachineWording.h"
 #include "ui/HoldHeadlineText.h"
 
 namespace vigilmoth {
 namespace {
+
+using testing::worded;
 
 using namespace verdicttest;
 
@@ -47,7 +50,7 @@ TEST(HoldScenarioTest, AWaitHoldsForWaitingHoldThenLetsTheMacSleep) {
             EXPECT_EQ(run.decision.headline,
                       HoldHeadline::waitingReleased(HoldSubject::one("Codex")));
             EXPECT_EQ(HoldHeadlineText::text(run.decision.headline),
-                      "Mac can sleep: Codex is waiting for you");
+                      worded("Mac can sleep: Codex is waiting for you"));
             EXPECT_EQ(run.decision.waitingEnds, std::nullopt);
             EXPECT_EQ(run.decision.perAgent.at(0).cause, std::nullopt);
         }
@@ -68,9 +71,10 @@ TEST(HoldScenarioTest, AStateLevelAgentsGraceCanOutlastItsWait) {
         run.tickOne(at(t), claudeReporting(waiting, t));
         SCOPED_TRACE(t);
         // Waiting until 12 + 60, then finished recently until 10 + 120.
-        const char* expected = t < 72    ? "Awake: Claude Code is waiting for you"
-                               : t < 130 ? "Awake: Claude Code finished a moment ago"
-                                         : "Mac can sleep: Claude Code is waiting for you";
+        const std::string expected = t < 72 ? "Awake: Claude Code is waiting for you"
+                                     : t < 130
+                                         ? "Awake: Claude Code finished a moment ago"
+                                         : worded("Mac can sleep: Claude Code is waiting for you");
         EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), expected);
         EXPECT_EQ(run.decision.waitingEnds, t < 72 ? std::optional(at(130)) : std::nullopt);
     }
@@ -90,9 +94,10 @@ TEST(HoldScenarioTest, OnlyStateLevelAgentsGetTheFinishedGrace) {
         EXPECT_EQ(claude.decision.hold, t < 130);
         EXPECT_EQ(HoldHeadlineText::text(claude.decision.headline),
                   t < 130 ? "Awake: Claude Code finished a moment ago"
-                          : "Mac can sleep: Claude Code is idle");
+                          : worded("Mac can sleep: Claude Code is idle"));
         EXPECT_FALSE(codex.decision.hold);
-        EXPECT_EQ(HoldHeadlineText::text(codex.decision.headline), "Mac can sleep: Codex is idle");
+        EXPECT_EQ(HoldHeadlineText::text(codex.decision.headline),
+                  worded("Mac can sleep: Codex is idle"));
     }
 }
 
@@ -109,14 +114,16 @@ TEST(HoldScenarioTest, HeadlinesForManyAgentsCountThem) {
     EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Awake: 2 agents are waiting for you");
     run.tick(at(302), both(waiting, 302));
     EXPECT_EQ(HoldHeadlineText::text(run.decision.headline),
-              "Mac can sleep: 2 agents are waiting for you");
+              worded("Mac can sleep: 2 agents are waiting for you"));
     run.tick(at(304), both(idle, 304));
-    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Mac can sleep: all agents are idle");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline),
+              worded("Mac can sleep: all agents are idle"));
     run.situation.mode = AwakeMode::agentOpen;
     run.tick(at(306), both(idle, 306));
     EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Awake: 2 agents are open");
     run.tick(at(308), {});
-    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline), "Mac can sleep: no agent is open");
+    EXPECT_EQ(HoldHeadlineText::text(run.decision.headline),
+              worded("Mac can sleep: no agent is open"));
     EXPECT_TRUE(run.policy.instances.empty());
 }
 

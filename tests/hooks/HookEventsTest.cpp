@@ -27,7 +27,8 @@ TEST(HookEventsTest, EventsMeanTheirRulesAction) {
         {"claude", "Notification", std::nullopt, HookAction::ignore()},
         // A type only counts for an event whose rule looks at types.
         {"claude", "Stop", "permission_prompt", idle},
-        {"claude", "PermissionRequest", std::nullopt, HookAction::ignore()},
+        {"claude", "PermissionRequest", std::nullopt, waiting},
+        {"claude", "StopFailure", std::nullopt, idle},
         {"claude", "SessionStart", std::nullopt, HookAction::ignore()},
         {"codex", "PermissionRequest", std::nullopt, waiting},
         {"codex", "Interrupt", std::nullopt, idle},
@@ -39,6 +40,7 @@ TEST(HookEventsTest, EventsMeanTheirRulesAction) {
         {"pi", "session_start", std::nullopt, idle},
         {"pi", "ui_prompt_start", std::nullopt, waiting},
         {"pi", "session_compact_failed", std::nullopt, idle},
+        {"pi", "agent_end", std::nullopt, idle},
         {"pi", "session_shutdown", std::nullopt, HookAction::end()},
         {"cursor", "afterMCPExecution", std::nullopt, working},
         {"cursor", "stop", std::nullopt, idle},
@@ -54,7 +56,7 @@ TEST(HookEventsTest, EventsMeanTheirRulesAction) {
 
 TEST(HookEventsTest, OnlyTheClaudeNotificationGroupCarriesAMatcher) {
     const auto& claude = HookEvents::rules("claude");
-    ASSERT_EQ(claude.size(), 6u);
+    ASSERT_EQ(claude.size(), 8u);
     for (const auto& rule : claude) {
         SCOPED_TRACE(rule.event);
         if (rule.event == "Notification") {
@@ -81,11 +83,11 @@ TEST(HookEventsTest, RulesKeepTheirInstallationOrder) {
         std::string last;
     };
     const std::vector<Case> cases{
-        {"claude", 6, "UserPromptSubmit", "SessionEnd"},
+        {"claude", 8, "UserPromptSubmit", "SessionEnd"},
         {"codex", 7, "UserPromptSubmit", "SessionEnd"},
         {"droid", 6, "UserPromptSubmit", "SessionEnd"},
         {"opencode", 5, "session.busy", "session.deleted"},
-        {"pi", 12, "session_start", "session_shutdown"},
+        {"pi", 13, "session_start", "session_shutdown"},
         {"cursor", 10, "beforeSubmitPrompt", "sessionEnd"},
     };
     for (const auto& c : cases) {

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "support/MachineWording.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
@@ -74,7 +75,8 @@ TEST_F(LabHooksTest, RefusalsPrintTheSentenceAndExitOne) {
     };
     const std::vector<Case> cases = {
         {{"install", "droid"},
-         "This agent is not set up on this Mac. ~/.factory/settings.json does not exist.\n"},
+         worded(
+             "This agent is not set up on this Mac. ~/.factory/settings.json does not exist.\n")},
         {{"install", "claude"},
          "~/.claude/settings.json has a layout vigilmoth does not recognize, so it did not "
          "change it.\n"},

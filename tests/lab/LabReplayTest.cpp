@@ -2,6 +2,8 @@
 // replay is deterministic.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "lab/LabReplay.h"
 #include "support/DecisionBuilders.h"
 
@@ -207,17 +209,23 @@ TEST(LabReplayTest, SeenTotalsEachInstanceAndTheLastStepLastsNothing) {
     EXPECT_EQ(seen[1], (LabScore::Seen{"b", "b", 2, 0, 0, 5, 0}));
 }
 
-TEST(LabReplayTest, ReplayingTheSameRecordingTwiceGivesTheSameScore) {
+// Fifty samples of an agent busy for the first `busy` of them, and an idle mark.
+LabRecording busyThenQuiet(int busy) {
     LabRecording recording;
     for (int i = 0; i < 50; ++i) {
         AgentEvidence evidence;
         evidence.agentID = "aider";
         evidence.displayName = "Aider";
         evidence.pid = 7;
-        evidence.busyChildCommands = i < 20 ? 1 : 0;
+        evidence.busyChildCommands = i < busy ? 1 : 0;
         recording.samples.push_back({testing::frameAt(kStart + i * 2.0, {evidence}), {}});
     }
     recording.marks = {{kStart + 45, "aider", LabTruth::idle}};
+    return recording;
+}
+
+TEST(LabReplayTest, ReplayingTheSameRecordingTwiceGivesTheSameScore) {
+    auto recording = busyThenQuiet(20);
     auto first = LabReplay::score(recording, std::nullopt, std::nullopt);
     EXPECT_EQ(first, LabReplay::score(recording, std::nullopt, std::nullopt));
     EXPECT_EQ(first.title, "recording without a header");
@@ -225,6 +233,40 @@ TEST(LabReplayTest, ReplayingTheSameRecordingTwiceGivesTheSameScore) {
     // The same frames in mode "always" hold all the way.
     auto always = LabReplay::score(recording, std::nullopt, AwakeMode::always);
     EXPECT_EQ(always.heldSeconds, 98.0);
+}
+
+// Read line by line, the replay must still use the last header's settings, wherever it is.
+TEST(LabReplayTest, AStreamScoresAsTheWholeRecordingWhereverItsHeaderIs) {
+    // Never busy: only the header's mode holds the Mac.
+    auto recording = busyThenQuiet(0);
+    LabHeader header;
+    header.mode = "always";
+    header.label = "late";
+    std::string markLine = LabFormat::line(LabLine{.mark = recording.marks[0]});
+    std::string sampleLines;
+    for (const auto& sample : recording.samples)
+        sampleLines += LabFormat::line(LabLine{.frame = sample.frame});
+    auto middle = sampleLines.find('\n', sampleLines.size() / 2) + 1;
+    struct Case {
+        std::string name;
+        std::string text;
+    };
+    const std::vector<Case> cases = {
+        {"header first", LabFormat::line(LabLine{.header = header}) + sampleLines + markLine},
+        {"header last", markLine + sampleLines + LabFormat::line(LabLine{.header = header})},
+        {"header in the middle", sampleLines.substr(0, middle) +
+                                     LabFormat::line(LabLine{.header = header}) +
+                                     sampleLines.substr(middle) + markLine},
+    };
+    for (const auto& testCase : cases) {
+        SCOPED_TRACE(testCase.name);
+        std::istringstream stream(testCase.text);
+        auto streamed = LabReplay::score(stream);
+        EXPECT_EQ(streamed, LabReplay::score(LabFormat::recording(testCase.text), std::nullopt,
+                                             std::nullopt));
+        EXPECT_EQ(streamed.heldSeconds, 98.0) << "replayed in the header's mode";
+        EXPECT_EQ(streamed.marks, 1);
+    }
 }
 
 }  // namespace

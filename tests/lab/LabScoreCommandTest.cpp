@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "support/MachineWording.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
@@ -27,7 +28,7 @@ std::string joined(const std::vector<std::string>& lines) {
 
 const std::string kHeldAndReleased = joined({
     "Lab score: held and released (0.1.0, macOS Version 15.3 (Build 24D60), Mac15,3)",
-    "31 samples over 300.0 s, 5 marks, Mac held awake for 300.0 s",
+    worded("31 samples over 300.0 s, 5 marks, Mac held awake for 300.0 s"),
     "  Claude Code [claude:100]: working 70.0 s, waiting 0.0 s, idle 230.0 s, held 180.0 s",
     "  Aider [aider:200]: working 300.0 s, waiting 0.0 s, idle 0.0 s, held 300.0 s",
     // Finished at 70 s, released 120 s after the last work: 55 s past the idle mark's allowance.
@@ -47,7 +48,7 @@ const std::string kHeldAndReleased = joined({
 
 const std::string kNoHeader = joined({
     "Lab score: recording without a header",
-    "5 samples over 40.0 s, 0 marks, Mac held awake for 0.0 s",
+    worded("5 samples over 40.0 s, 0 marks, Mac held awake for 0.0 s"),
     "  Claude Code [claude:300]: working 0.0 s, waiting 0.0 s, idle 40.0 s, held 0.0 s",
     "No marks, so nothing to score.",
     "The replay differs from the live decision in 0 of 5 samples",
@@ -67,7 +68,7 @@ TEST(LabScoreCommandTest, ScoresRecordingsLineForLine) {
         {"unknown-mode.jsonl",
          joined({
              "Lab score: misspelt mode (0.1.0, macOS Version 15.3 (Build 24D60), Mac15,3)",
-             "4 samples over 30.0 s, 0 marks, Mac held awake for 0.0 s",
+             worded("4 samples over 30.0 s, 0 marks, Mac held awake for 0.0 s"),
              "  Claude Code [claude:400]: working 0.0 s, waiting 0.0 s, idle 30.0 s, held 0.0 s",
              "No marks, so nothing to score.",
              "The replay differs from the live decision in 0 of 4 samples",
@@ -76,7 +77,7 @@ TEST(LabScoreCommandTest, ScoresRecordingsLineForLine) {
         {"sleep-gap.jsonl",
          joined({
              "Lab score: sleep gap (0.1.0, macOS Version 15.3 (Build 24D60), Mac15,3)",
-             "28 samples over 1260.0 s, 1 marks, Mac held awake for 1170.0 s",
+             worded("28 samples over 1260.0 s, 1 marks, Mac held awake for 1170.0 s"),
              "  Claude Code [claude:500]: working 70.0 s, waiting 0.0 s, idle 1190.0 s, held "
              "1170.0 s",
              "claude: wrongly held 985.0 s, wrongly released 0.0 s",
@@ -87,7 +88,7 @@ TEST(LabScoreCommandTest, ScoresRecordingsLineForLine) {
         {"header-only.jsonl",
          joined({
              "Lab score: held and released (0.1.0, macOS Version 15.3 (Build 24D60), Mac15,3)",
-             "0 samples over 0.0 s, 1 marks, Mac held awake for 0.0 s",
+             worded("0 samples over 0.0 s, 1 marks, Mac held awake for 0.0 s"),
              "codex: wrongly held 0.0 s, wrongly released 0.0 s",
              "  00:00:00 working: never seen",
              "Total: wrongly held 0.0 s, wrongly released 0.0 s",
@@ -170,9 +171,14 @@ TEST(LabScoreCommandTest, AMalformedMiddleLineFailsWithItsNumber) {
 }
 
 TEST(LabScoreCommandTest, MissingFilesAndMissingPathsAreRefused) {
-    auto result = lab("--lab-score", "/nonexistent/recording.jsonl");
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "Cannot read /nonexistent/recording.jsonl.\n");
+    // A folder opens but cannot be read.
+    for (const auto& path :
+         {std::string("/nonexistent/recording.jsonl"), fixture("lab").string()}) {
+        SCOPED_TRACE(path);
+        auto result = lab("--lab-score", path);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.err, "Cannot read " + path + ".\n");
+    }
     struct Case {
         std::string command;
         std::string usage;

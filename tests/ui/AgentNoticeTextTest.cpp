@@ -1,10 +1,13 @@
 // Show that due notices become the notification texts, keys and targets the notifier posts.
+#include "support/MachineWording.h"
 #include "ui/AgentNoticeText.h"
 
 #include <gtest/gtest.h>
 
 namespace vigilmoth {
 namespace {
+
+using testing::worded;
 
 const Date kNow(1767225600.0125);
 
@@ -22,7 +25,7 @@ TEST(AgentNoticeTextTest, OneSessionIsNamedAndTargeted) {
     EXPECT_EQ(content.thread, "agent-claude");
     EXPECT_EQ(content.title, "Claude Code is waiting for you");
     EXPECT_EQ(content.subtitle, "my-project");
-    EXPECT_EQ(content.body, "vigilmoth keeps your Mac awake for 4 more minutes");
+    EXPECT_EQ(content.body, worded("vigilmoth keeps your Mac awake for 4 more minutes"));
     EXPECT_TRUE(content.sound);
     EXPECT_EQ(content.ownerPid, 77);
     EXPECT_EQ(content.agent, (ProcessIdentity{812, 100.5}));
@@ -60,7 +63,7 @@ TEST(AgentNoticeTextTest, SeveralSessionsAreCountedAndNotTargeted) {
     EXPECT_EQ(waiting.key, "agents-waiting");
     EXPECT_EQ(waiting.thread, "agents");
     EXPECT_EQ(waiting.subtitle, std::nullopt);
-    EXPECT_EQ(waiting.body, "Your Mac sleeps in 1 minute");
+    EXPECT_EQ(waiting.body, worded("Your Mac sleeps in 1 minute"));
     EXPECT_EQ(waiting.ownerPid, 7);
     EXPECT_EQ(waiting.agent, std::nullopt);
 

@@ -4,14 +4,17 @@
 
 #include <gtest/gtest.h>
 
+#include "support/MachineWording.h"
 #include "ui/SafetyStopText.h"
 
 namespace vigilmoth {
 namespace {
 
+using testing::worded;
+
 struct Case {
     HoldHeadline headline;
-    const char* text;
+    std::string text;
     std::optional<std::string> awakeReason;
 };
 
@@ -36,21 +39,21 @@ TEST(HoldHeadlineTextTest, EveryCaseReadsExactly) {
         {HoldHeadline::alwaysOn(), "Awake: always on", "always on"},
         {HoldHeadline::remoteAccess(), "Awake: reachable while plugged in",
          "reachable while plugged in"},
-        {HoldHeadline::idle(one), "Mac can sleep: Claude Code is idle", std::nullopt},
-        {HoldHeadline::idle(many), "Mac can sleep: all agents are idle", std::nullopt},
-        {HoldHeadline::waitingReleased(one), "Mac can sleep: Claude Code is waiting for you",
-         std::nullopt},
-        {HoldHeadline::waitingReleased(many), "Mac can sleep: 3 agents are waiting for you",
+        {HoldHeadline::idle(one), worded("Mac can sleep: Claude Code is idle"), std::nullopt},
+        {HoldHeadline::idle(many), worded("Mac can sleep: all agents are idle"), std::nullopt},
+        {HoldHeadline::waitingReleased(one),
+         worded("Mac can sleep: Claude Code is waiting for you"), std::nullopt},
+        {HoldHeadline::waitingReleased(many), worded("Mac can sleep: 3 agents are waiting for you"),
          std::nullopt},
         {HoldHeadline::safetyStop(SafetyStop::batteryLow(18)), "Sleeping allowed: battery at 18%",
          std::nullopt},
         {HoldHeadline::safetyStop(SafetyStop::weakCharger(40)),
          "Sleeping allowed: weak charger, battery at 40%", std::nullopt},
-        {HoldHeadline::safetyStop(SafetyStop::tooHot()), "Sleeping allowed: the Mac is too hot",
-         std::nullopt},
-        {HoldHeadline::paused(until), "Mac can sleep: vigilmoth is paused", std::nullopt},
-        {HoldHeadline::noAgents(), "Mac can sleep: no agent is open", std::nullopt},
-        {HoldHeadline::switchedOff(), "Mac can sleep: vigilmoth is off", std::nullopt},
+        {HoldHeadline::safetyStop(SafetyStop::tooHot()),
+         worded("Sleeping allowed: the Mac is too hot"), std::nullopt},
+        {HoldHeadline::paused(until), worded("Mac can sleep: vigilmoth is paused"), std::nullopt},
+        {HoldHeadline::noAgents(), worded("Mac can sleep: no agent is open"), std::nullopt},
+        {HoldHeadline::switchedOff(), worded("Mac can sleep: vigilmoth is off"), std::nullopt},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
@@ -62,12 +65,13 @@ TEST(HoldHeadlineTextTest, EveryCaseReadsExactly) {
 
 TEST(HoldHeadlineTextTest, SafetyStopNotificationsNameTheCause) {
     EXPECT_EQ(SafetyStopText::notification(SafetyStop::batteryLow(20)),
-              "vigilmoth let your Mac sleep because the battery is at 20%");
-    EXPECT_EQ(SafetyStopText::notification(SafetyStop::weakCharger(35)),
-              "vigilmoth let your Mac sleep because your charger is too weak and the battery is "
-              "at 35%");
+              worded("vigilmoth let your Mac sleep because the battery is at 20%"));
+    EXPECT_EQ(
+        SafetyStopText::notification(SafetyStop::weakCharger(35)),
+        worded("vigilmoth let your Mac sleep because your charger is too weak and the battery is "
+               "at 35%"));
     EXPECT_EQ(SafetyStopText::notification(SafetyStop::tooHot()),
-              "vigilmoth let your Mac sleep because it got too hot");
+              worded("vigilmoth let your Mac sleep because it got too hot"));
 }
 
 }  // namespace

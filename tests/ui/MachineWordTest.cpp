@@ -1,11 +1,12 @@
 // Show that every text naming the machine takes its word from the one choice, "Mac" or
 // "computer", and that nothing else in the text changes with it.
-#include "ui/MachineWord.h"
+#include "base/MachineWord.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 
+#include "hooks/install/HookInstallError.h"
 #include "lab/LabScore.h"
 #include "ui/AgentNoticeText.h"
 #include "ui/HoldHeadlineText.h"
@@ -62,6 +63,12 @@ TEST(MachineWordTest, EveryTextNamingTheMachineSaysTheChosenWord) {
         {"waiting notice",
          [&](MachineWord m) { return *AgentNoticeText::content(waiting, sleeps, Date(0), m).body; },
          "Your Mac sleeps in 3 minutes", "Your computer sleeps in 3 minutes"},
+        {"hook installer",
+         [](MachineWord m) {
+             return HookInstallError(HookInstallError::Kind::configMissing).message("~/.x", m);
+         },
+         "This agent is not set up on this Mac. ~/.x does not exist.",
+         "This agent is not set up on this computer. ~/.x does not exist."},
         {"lab score",
          [](MachineWord m) {
              LabScore score;

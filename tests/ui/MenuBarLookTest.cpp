@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/MachineWording.h"
 #include "ui/MenuBarVisibility.h"
 #include "ui/MenuModel.h"
 #include "ui/RobotLook.h"
@@ -12,15 +13,17 @@
 namespace vigilmoth {
 namespace {
 
+using testing::worded;
+
 TEST(MenuBarLookTest, EveryHeadlineHasAPoseAndEveryPoseALabel) {
     struct Case {
         HoldHeadline headline;
         HeroPose pose;
-        const char* label;
+        std::string label;
     };
     const auto one = HoldSubject::one("Codex");
     const Date until(1'700'000'000);
-    const char* awake = "vigilmoth: Your Mac stays awake";
+    const std::string awake = worded("vigilmoth: Your Mac stays awake");
     const char* attention = "vigilmoth: Needs attention";
     const Case cases[] = {
         {HoldHeadline::working(one), HeroPose::awake(2), awake},
@@ -33,8 +36,8 @@ TEST(MenuBarLookTest, EveryHeadlineHasAPoseAndEveryPoseALabel) {
          "vigilmoth: An agent is waiting for you"},
         {HoldHeadline::waitingReleased(one), HeroPose::attentive(),
          "vigilmoth: An agent is waiting for you"},
-        {HoldHeadline::idle(one), HeroPose::asleep(), "vigilmoth: Your Mac can sleep"},
-        {HoldHeadline::noAgents(), HeroPose::asleep(), "vigilmoth: Your Mac can sleep"},
+        {HoldHeadline::idle(one), HeroPose::asleep(), worded("vigilmoth: Your Mac can sleep")},
+        {HoldHeadline::noAgents(), HeroPose::asleep(), worded("vigilmoth: Your Mac can sleep")},
         {HoldHeadline::paused(until), HeroPose::paused(), "vigilmoth: Paused"},
         {HoldHeadline::switchedOff(), HeroPose::off(), "vigilmoth: Off"},
         {HoldHeadline::safetyStop(SafetyStop::batteryLow(18)),
@@ -62,7 +65,7 @@ TEST(MenuBarLookTest, ClosedEyesReadByPauseAndOpacity) {
     EXPECT_EQ((MenuBarLook{Eyes::closed, false, 0.5, false}).accessibilityLabel(),
               "vigilmoth: Off");
     EXPECT_EQ((MenuBarLook{Eyes::closed, false, 1.0, false}).accessibilityLabel(),
-              "vigilmoth: Your Mac can sleep");
+              worded("vigilmoth: Your Mac can sleep"));
     EXPECT_EQ((MenuBarLook{Eyes::closed, false, 0.5, true}).accessibilityLabel(),
               "vigilmoth: Paused");
 }

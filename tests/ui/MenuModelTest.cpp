@@ -7,11 +7,14 @@
 #include <gtest/gtest.h>
 
 #include "support/DecisionBuilders.h"
+#include "support/MachineWording.h"
 #include "support/ScopedTimeZone.h"
 #include "ui/GroupDisclosure.h"
 
 namespace vigilmoth {
 namespace {
+
+using testing::worded;
 
 using State = ReportedState;
 using Attention = PanelAttention::Kind;
@@ -169,9 +172,9 @@ TEST(MenuModelTest, SeveralSessionsBecomeChildrenWithIdleOnesSummedUp) {
 }
 
 TEST(MenuModelTest, TheEmptyListInvitesToStartAnAgentOnlyWhenNoneIsOpen) {
-    const std::tuple<HoldHeadline, bool, const char*> cases[] = {
+    const std::tuple<HoldHeadline, bool, std::string> cases[] = {
         {HoldHeadline::noAgents(), false,
-         "Start an agent and vigilmoth keeps your Mac awake while it works"},
+         worded("Start an agent and vigilmoth keeps your Mac awake while it works")},
         {HoldHeadline::switchedOff(), false, "No agent is open"},
         {HoldHeadline::noAgents(), true, "No agent is open"},
     };
@@ -186,9 +189,9 @@ TEST(MenuModelTest, TheEmptyListInvitesToStartAnAgentOnlyWhenNoneIsOpen) {
         if (!flagLeftOn) continue;
         EXPECT_EQ(state.pose, HeroPose::helperOff());
         EXPECT_EQ(std::tie(state.title, state.subtitle, state.menuBarAccessibilityLabel),
-                  std::tuple("Your Mac cannot sleep",
+                  std::tuple(worded("Your Mac cannot sleep"),
                              "The helper of vigilmoth was turned off in Login Items",
-                             "vigilmoth: Your Mac cannot sleep"));
+                             worded("vigilmoth: Your Mac cannot sleep")));
     }
     EXPECT_EQ(MenuModel::state({}, now, MachineWord::computer()).emptyText,
               "Start an agent and vigilmoth keeps your computer awake while it works");
@@ -231,18 +234,19 @@ PanelInput inputIn(const Situation& s) {
 TEST(MenuModelTest, AttentionTakesTheMostUrgentProblem) {
     testing::ScopedTimeZone utc("UTC");
     using PA = PanelAttention;
-    const char* notResponding =
-        "vigilmoth cannot reach its helper. Your Mac will sleep when you close the lid on battery.";
-    const char* needsLid = "Your Mac still sleeps with the lid closed on battery";
+    const std::string notResponding = worded(
+        "vigilmoth cannot reach its helper. Your Mac will sleep when you close the lid on "
+        "battery.");
+    const std::string needsLid = worded("Your Mac still sleeps with the lid closed on battery");
     const std::pair<Situation, std::optional<PanelAttention>> cases[] = {
         {{}, std::nullopt},
         {{.stop = SafetyStop::batteryLow(18), .flagLeftOn = true, .lost = true},
          PA{Attention::safetyStop, "vigilmoth starts again at 25%", {}}},
         {{.stop = SafetyStop::tooHot(), .flagLeftOn = true},
-         PA{Attention::safetyStop, "vigilmoth starts again when your Mac is cool", {}}},
+         PA{Attention::safetyStop, worded("vigilmoth starts again when your Mac is cool"), {}}},
         {{.flagLeftOn = true, .notResponding = true},
          PA{Attention::helperSwitchedOff,
-            "Allow vigilmoth again in Login Items, and your Mac sleeps as usual",
+            worded("Allow vigilmoth again in Login Items, and your Mac sleeps as usual"),
             {A::openLoginItems()}}},
         {{.notResponding = true, .lost = true, .repairTried = true},
          PA{Attention::helperNotResponding, notResponding, {A::tryHelperAgain(), A::openHelp()}}},
@@ -257,12 +261,12 @@ TEST(MenuModelTest, AttentionTakesTheMostUrgentProblem) {
          PA{Attention::reachableNeedsLidClosed, needsLid, {}}},
         {{.needsSetup = true},
          PA{Attention::lidClosedNotSetUp,
-            "Close the lid and your Mac still sleeps. Set up the helper to stay reachable.",
+            worded("Close the lid and your Mac still sleeps. Set up the helper to stay reachable."),
             {A::setUpLidClosed(), A::dismissLidClosedHint()}}},
         {{.needsSetup = true, .hintDismissed = true}, std::nullopt},
         {{.needsSetup = true, .notHolding = true}, std::nullopt},
         {{.slept = SleepReason{SleepReason::Paused{}}},
-         PA{Attention::sleptAnyway, "Your Mac slept at 19:30", {A::dismissSleepNote()}}},
+         PA{Attention::sleptAnyway, worded("Your Mac slept at 19:30"), {A::dismissSleepNote()}}},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         SCOPED_TRACE(i);
@@ -274,7 +278,8 @@ TEST(MenuModelTest, TheSleepNoteIsShownOnceWithItsReason) {
     testing::ScopedTimeZone utc("UTC");
     const PanelAttention note{
         Attention::sleptAnyway,
-        "Your Mac slept at 19:30: the lid was closed on battery and the helper is not set up",
+        worded(
+            "Your Mac slept at 19:30: the lid was closed on battery and the helper is not set up"),
         {A::setUpLidClosed(), A::dismissSleepNote()}};
     const SleepReason noHelper{SleepReason::LidClosedNoHelper{}};
     auto state = MenuModel::state(inputIn({.slept = noHelper}), now);
@@ -312,7 +317,7 @@ TEST(MenuModelTest, TheBarOffersWhatFitsTheTimedModes) {
         EXPECT_EQ(std::tie(state.pausedLabel, state.pauseActions, state.reachableActions),
                   std::tie(expected.pausedLabel, expected.pauseActions, expected.reachableActions));
         EXPECT_EQ(state.menuBarAccessibilityLabel,
-                  "vigilmoth: " + expected.reachableLabel.value_or("Your Mac stays awake"));
+                  "vigilmoth: " + expected.reachableLabel.value_or(worded("Your Mac stays awake")));
     }
 }
 

@@ -4,12 +4,15 @@
 // battery, cost and sleep-note texts say "computer" where the machine word says so.
 #include <gtest/gtest.h>
 
+#include "support/MachineWording.h"
 #include "support/ScopedTimeZone.h"
 #include "ui/PanelState.h"
 #include "ui/PanelText.h"
 
 namespace vigilmoth {
 namespace {
+
+using testing::worded;
 
 // 20:00 UTC.
 const Date now(1'699'992'000);
@@ -19,21 +22,21 @@ TEST(PanelHeadlineTest, EveryHeadlineReadsExactly) {
     struct Case {
         HoldHeadline headline;
         SleepOutlook outlook;
-        const char* title;
-        const char* subtitle;
+        std::string title;
+        std::string subtitle;
     };
     const auto one = HoldSubject::one("Claude Code");
     const auto many = HoldSubject::many(3);
     const auto none = SleepOutlook::nothingSaid();
-    const char* awake = "Your Mac stays awake";
-    const char* canSleep = "Your Mac can sleep";
+    const std::string awake = worded("Your Mac stays awake");
+    const std::string canSleep = worded("Your Mac can sleep");
     const Case cases[] = {
         {HoldHeadline::working(one), none, awake, "Claude Code is working"},
         {HoldHeadline::waitingHeld(one),
          SleepOutlook::letsGoIn(200, SleepOutlook::After::timer(10)), awake,
          "Claude Code is waiting for you, for at least 3 more minutes"},
         {HoldHeadline::waitingHeld(many), SleepOutlook::sleepsIn(90), awake,
-         "3 agents are waiting for you, your Mac sleeps in 1 minute"},
+         worded("3 agents are waiting for you, your Mac sleeps in 1 minute")},
         {HoldHeadline::waitingHeld(one), none, awake, "Claude Code is waiting for you"},
         {HoldHeadline::finishedRecently(one), none, awake, "Claude Code finished a moment ago"},
         {HoldHeadline::finishedRecently(many), none, awake, "3 agents finished a moment ago"},
@@ -56,8 +59,8 @@ TEST(PanelHeadlineTest, EveryHeadlineReadsExactly) {
         {HoldHeadline::safetyStop(SafetyStop::weakCharger(40)), none, "vigilmoth has stopped",
          "Your charger is too weak and the battery is at 40%"},
         {HoldHeadline::safetyStop(SafetyStop::tooHot()), none, "vigilmoth has stopped",
-         "Your Mac got too hot"},
-        {HoldHeadline::switchedOff(), none, "vigilmoth is off", "Your Mac sleeps as usual"},
+         worded("Your Mac got too hot")},
+        {HoldHeadline::switchedOff(), none, "vigilmoth is off", worded("Your Mac sleeps as usual")},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.subtitle);
@@ -132,7 +135,7 @@ TEST(PanelHeadlineTest, BatteryCostAndSleepReasonTexts) {
     struct Case {
         PanelBattery battery;
         const char* consequence;
-        const char* spoken;
+        std::string spoken;
     };
     const Case cases[] = {
         {{50, std::nullopt, Level::normal},
@@ -140,7 +143,7 @@ TEST(PanelHeadlineTest, BatteryCostAndSleepReasonTexts) {
          "Battery 50 percent, no battery limit"},
         {{25, 20, Level::nearFloor},
          "sleeps at 20%",
-         "Battery 25 percent, vigilmoth lets your Mac sleep at 20 percent"},
+         worded("Battery 25 percent, vigilmoth lets your Mac sleep at 20 percent")},
         // After a stop the battery must gain 5 points above the floor.
         {{18, 20, Level::stopped},
          "starts again at 25%",

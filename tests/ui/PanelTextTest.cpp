@@ -1,11 +1,14 @@
 // Show that the shared phrase names one agent and counts many, that percents carry their sign,
 // and that the wait's outlook is told in whole minutes, never fewer than one.
+#include "support/MachineWording.h"
 #include "ui/PanelText.h"
 
 #include <gtest/gtest.h>
 
 namespace vigilmoth {
 namespace {
+
+using testing::worded;
 
 TEST(PanelTextTest, PhraseNamesOneAgentAndCountsMany) {
     struct Case {
@@ -58,10 +61,11 @@ TEST(PanelTextTest, TimeLeftAndMoreTime) {
 TEST(PanelTextTest, SleepOutlookAndWaitingEnd) {
     auto sleeps = SleepOutlook::sleepsIn(200);
     auto letsGo = SleepOutlook::letsGoIn(61, SleepOutlook::After::timer(10));
-    EXPECT_EQ(PanelText::sleepOutlook(sleeps), "Your Mac sleeps in 3 minutes");
-    EXPECT_EQ(PanelText::sleepOutlook(letsGo), "vigilmoth keeps your Mac awake for 1 more minute");
+    EXPECT_EQ(PanelText::sleepOutlook(sleeps), worded("Your Mac sleeps in 3 minutes"));
+    EXPECT_EQ(PanelText::sleepOutlook(letsGo),
+              worded("vigilmoth keeps your Mac awake for 1 more minute"));
     EXPECT_EQ(PanelText::sleepOutlook(SleepOutlook::nothingSaid()), std::nullopt);
-    EXPECT_EQ(PanelText::waitingEnd(sleeps), "your Mac sleeps in 3 minutes");
+    EXPECT_EQ(PanelText::waitingEnd(sleeps), worded("your Mac sleeps in 3 minutes"));
     EXPECT_EQ(PanelText::waitingEnd(letsGo), "for at least 1 more minute");
     EXPECT_EQ(PanelText::waitingEnd(SleepOutlook::nothingSaid()), std::nullopt);
 }

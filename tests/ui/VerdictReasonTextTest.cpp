@@ -1,5 +1,6 @@
 // Show that every verdict reason reads exactly as the panel shows it and codes as the lab
 // compares it, including the stand-ins for durations under a minute.
+#include "support/MachineWording.h"
 #include "ui/VerdictReasonText.h"
 
 #include <gtest/gtest.h>
@@ -7,12 +8,14 @@
 namespace vigilmoth {
 namespace {
 
+using testing::worded;
+
 using Kind = VerdictReason::Kind;
 
 TEST(VerdictReasonTextTest, EveryCaseHasItsTextAndCode) {
     struct Case {
         VerdictReason reason;
-        const char* text;
+        std::string text;
         const char* code;
     };
     const Case cases[] = {
@@ -36,7 +39,7 @@ TEST(VerdictReasonTextTest, EveryCaseHasItsTextAndCode) {
         {VerdictReason::onlyWeakSigns(0), "Using the processor with no other sign of work",
          "onlyWeakSigns:0"},
         {VerdictReason::plain(Kind::reportsBusy), "Working on a task", "reportsBusy"},
-        {VerdictReason::plain(Kind::holdsSleepAssertion), "Asking your Mac to stay awake",
+        {VerdictReason::plain(Kind::holdsSleepAssertion), worded("Asking your Mac to stay awake"),
          "holdsSleepAssertion"},
         {VerdictReason::plain(Kind::cpuActivity), "Using the processor", "cpuActivity"},
         {VerdictReason::plain(Kind::asksPermission), "Waiting for your answer", "asksPermission"},

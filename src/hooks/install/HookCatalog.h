@@ -49,7 +49,7 @@ namespace HookCatalog {
 
 inline constexpr std::string_view kHookExecutableSuffix = HookLocation::executableSuffix();
 inline constexpr int kOpencodePluginVersion = 3;
-inline constexpr int kPiExtensionVersion = 2;
+inline constexpr int kPiExtensionVersion = 3;
 
 const std::vector<HookCatalogEntry>& entries();
 const HookCatalogEntry* entry(std::string_view id);

@@ -81,16 +81,32 @@ std::optional<std::string> stringMember(const Node& node, std::string_view key) 
     return value->string()->value;
 }
 
-std::optional<std::string> ourCommand(const Node& handler) {
+// A whole number of seconds as written, or -1 for anything else (absent, text, a fraction).
+int timeoutMember(const Node& handler, std::string_view text) {
+    const Node* value = member(handler, "timeout");
+    if (value == nullptr || !std::holds_alternative<Node::Other>(value->kind)) return -1;
+    auto digits = text.substr(static_cast<std::size_t>(value->range.lowerBound),
+                              static_cast<std::size_t>(value->range.length()));
+    if (digits.empty() || digits.size() > 4) return -1;
+    int seconds = 0;
+    for (char c : digits) {
+        if (c < '0' || c > '9') return -1;
+        seconds = seconds * 10 + (c - '0');
+    }
+    return seconds;
+}
+
+std::optional<OurHandler> ourHandler(const Node& handler, const std::string& event,
+                                     std::optional<std::string> matcher, std::string_view text) {
     auto command = stringMember(handler, "command");
     if (!command || command->find(HookCatalog::kHookExecutableSuffix) == std::string::npos) {
         return std::nullopt;
     }
-    return command;
+    return OurHandler{event, std::move(matcher), std::move(*command), timeoutMember(handler, text)};
 }
 
 void collectGroup(const Node& group, const std::string& event, std::size_t eventMember,
-                  std::size_t element, std::vector<Site>& sites) {
+                  std::size_t element, std::string_view text, std::vector<Site>& sites) {
     if (group.object() == nullptr) throw HookInstallError(Kind::unexpectedShape);
     auto matcher = stringMember(group, "matcher");
     const Node* hooks = member(group, "hooks");
@@ -98,8 +114,8 @@ void collectGroup(const Node& group, const std::string& event, std::size_t event
     const auto& handlers = hooks->array()->elements;
     auto first = sites.size();
     for (std::size_t i = 0; i < handlers.size(); ++i) {
-        if (auto command = ourCommand(handlers[i])) {
-            sites.push_back({{event, matcher, *command}, eventMember, element, i, false});
+        if (auto handler = ourHandler(handlers[i], event, matcher, text)) {
+            sites.push_back({std::move(*handler), eventMember, element, i, false});
         }
     }
     bool whole = sites.size() - first == handlers.size();
@@ -115,7 +131,8 @@ const Node* eventsObject(const Node& root, const JSONKeyPath& keyPath) {
     return events;
 }
 
-std::vector<Site> sites(const Node& root, const JSONKeyPath& keyPath, bool flat) {
+std::vector<Site> sites(std::string_view text, const JSONKeyPath& keyPath, bool flat) {
+    const Node root = parsed(text);
     std::vector<Site> found;
     const Node* events = eventsObject(root, keyPath);
     if (events == nullptr) return found;
@@ -126,13 +143,10 @@ std::vector<Site> sites(const Node& root, const JSONKeyPath& keyPath, bool flat)
         for (std::size_t e = 0; e < handlers->elements.size(); ++e) {
             const Node& element = handlers->elements[e];
             if (!flat) {
-                collectGroup(element, members[m].key, m, e, found);
-            } else if (auto command = ourCommand(element)) {
-                found.push_back({{members[m].key, stringMember(element, "matcher"), *command},
-                                 m,
-                                 e,
-                                 std::nullopt,
-                                 true});
+                collectGroup(element, members[m].key, m, e, text, found);
+            } else if (auto handler = ourHandler(element, members[m].key,
+                                                 stringMember(element, "matcher"), text)) {
+                found.push_back({std::move(*handler), m, e, std::nullopt, true});
             }
         }
     }
@@ -155,7 +169,7 @@ void removeSite(std::string& bytes, const Site& site, const JSONKeyPath& keyPath
 // One removal per parse, the last first, until none of ours is left.
 std::string withoutOurHandlers(std::string bytes, const JSONKeyPath& keyPath, bool flat) {
     while (true) {
-        auto found = sites(parsed(bytes), keyPath, flat);
+        auto found = sites(bytes, keyPath, flat);
         if (found.empty()) return bytes;
         auto before = bytes.size();
         removeSite(bytes, found.back(), keyPath);
@@ -247,7 +261,8 @@ void mergeInto(HookInstallRecord& record, const std::string& bytes, const HookCa
 // handlers appear says nothing; what matters is that each one is there exactly once.
 bool sameHandlers(std::vector<OurHandler> found, std::vector<OurHandler> expected) {
     auto order = [](const OurHandler& a, const OurHandler& b) {
-        return std::tie(a.event, a.matcher, a.command) < std::tie(b.event, b.matcher, b.command);
+        return std::tie(a.event, a.matcher, a.command, a.timeout) <
+               std::tie(b.event, b.matcher, b.command, b.timeout);
     };
     std::sort(found.begin(), found.end(), order);
     std::sort(expected.begin(), expected.end(), order);
@@ -272,7 +287,7 @@ std::vector<OurHandler> expectedHandlers(const HookCatalogEntry& entry, std::str
 
 std::vector<OurHandler> ourHandlers(std::string_view text, const JSONKeyPath& keyPath, bool flat) {
     std::vector<OurHandler> handlers;
-    for (auto& site : sites(parsed(text), keyPath, flat)) {
+    for (auto& site : sites(text, keyPath, flat)) {
         handlers.push_back(std::move(site.handler));
     }
     return handlers;
@@ -410,7 +425,7 @@ std::string preview(const HookCatalogEntry& entry, std::string_view appPath) {
 std::string group(const OurHandler& handler, const std::string& indent, const std::string& unit,
                   const std::string& lineEnding, bool flat) {
     const std::string command = "\"command\": " + literal(handler.command) + ",";
-    const std::string timeout = "\"timeout\": 5";
+    const std::string timeout = "\"timeout\": " + std::to_string(handler.timeout);
     std::vector<std::string> lines;
     if (flat) {
         lines = {"{", indent + unit + command, indent + unit + timeout, indent + "}"};

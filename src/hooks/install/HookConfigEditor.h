@@ -32,11 +32,18 @@ struct HookStatus {
 // file's own bytes; nothing that vigilmoth did not write is rewritten.
 namespace HookConfigEditor {
 
+// The seconds an agent gives a handler. The hook executable gives up after 3 seconds itself,
+// and Codex warns at every start about a longer timeout for its Interrupt and SessionEnd.
+inline constexpr int kHandlerTimeout = 3;
+
 // One handler that belongs to vigilmoth.
 struct OurHandler {
     std::string event;
     std::optional<std::string> matcher;
     std::string command;
+    // As written; -1 when it is not a whole number of seconds. An install with another
+    // timeout is outdated.
+    int timeout = kHandlerTimeout;
     bool operator==(const OurHandler&) const = default;
 };
 

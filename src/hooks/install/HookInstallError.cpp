@@ -2,11 +2,12 @@
 
 namespace vigilmoth {
 
-std::string HookInstallError::message(std::string_view file) const {
+std::string HookInstallError::message(std::string_view file, MachineWord machine) const {
     std::string path(file);
     switch (kind_) {
         case Kind::configMissing:
-            return "This agent is not set up on this Mac. " + path + " does not exist.";
+            return "This agent is not set up on this " + std::string(machine.noun) + ". " + path +
+                   " does not exist.";
         case Kind::unreadable:
             return "vigilmoth could not read " + path +
                    ", so it did not change it. Check that the file is valid JSON.";

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/MachineWord.h"
+
 namespace vigilmoth {
 
 // Why the installer left a file alone; each case has the one sentence the user reads.
@@ -23,7 +25,7 @@ public:
 
     Kind kind() const { return kind_; }
     // `file` is the settings file's path as the user knows it.
-    std::string message(std::string_view file) const;
+    std::string message(std::string_view file, MachineWord machine = kMachineWord) const;
     const char* what() const noexcept override;
 
     bool operator==(const HookInstallError& other) const { return kind_ == other.kind_; }

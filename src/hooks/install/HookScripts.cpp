@@ -204,23 +204,7 @@ export default function (pi) {
 )js";
 
 constexpr std::string_view kPiExtensionEnd =
-    R"js(    shared.queue = shared.queue.then(() => run(name, body)).catch(() => {});
-  };
-
-  const on = (names, handle) => {
-    for (const name of names) {
-      try {
-        pi.on(name, (event, ctx) => {
-          try {
-            remember(ctx);
-            handle(name);
-          } catch {}
-        });
-      } catch {}
-    }
-  };
-
-  on(["session_start", "agent_settled", "session_shutdown"], (name) => {
+    R"js(  on(["session_start", "agent_settled", "session_shutdown"], (name) => {
     running = false;
     asked = false;
     send(name);
@@ -229,7 +213,10 @@ constexpr std::string_view kPiExtensionEnd =
     running = true;
     if (!asked) send(name);
   });
-  on(["ui_prompt_start"], (name) => {
+)js";
+
+// Every version ends with the question and compaction handlers.
+constexpr std::string_view kPiQuestionAndCompaction = R"js(  on(["ui_prompt_start"], (name) => {
     if (!running) return;
     asked = true;
     send(name);
@@ -247,6 +234,77 @@ constexpr std::string_view kPiExtensionEnd =
   });
 }
 )js";
+
+// Version 3: Pi 0.73 ends a run with agent_end and has no agent_settled. A run that ended on
+// an error is tried again by Pi in a new run after 2, 4 and 8 seconds, so such an end counts
+// only once no new run has started for 10 seconds.
+constexpr std::string_view kPiExtensionEndV3 = R"js(  let ending = null;
+  const keepRunning = () => {
+    if (ending) clearTimeout(ending);
+    ending = null;
+  };
+  const settle = (name) => {
+    keepRunning();
+    running = false;
+    asked = false;
+    send(name);
+  };
+
+  on(["session_start", "agent_settled", "session_shutdown"], settle);
+  on(["agent_end"], (name, event) => {
+    const messages = (event && event.messages) || [];
+    const last = messages[messages.length - 1];
+    if (!last || last.stopReason !== "error") {
+      settle(name);
+      return;
+    }
+    keepRunning();
+    ending = setTimeout(() => {
+      ending = null;
+      try {
+        settle(name);
+      } catch {}
+    }, 10000);
+    if (ending.unref) ending.unref();
+  });
+  on(["agent_start", "turn_start", "tool_execution_start", "tool_execution_end"], (name) => {
+    keepRunning();
+    running = true;
+    if (!asked) send(name);
+  });
+)js";
+
+// Every version queues the run, then listens through `on`; version 3 hands the event on.
+std::string piQueueAndListener(int version) {
+    return std::string(
+               R"js(    shared.queue = shared.queue.then(() => run(name, body)).catch(() => {});
+  };
+
+  const on = (names, handle) => {
+    for (const name of names) {
+      try {
+        pi.on(name, (event, ctx) => {
+          try {
+            remember(ctx);
+            handle(name)js") +
+           (version >= 3 ? ", event" : "") + R"js();
+          } catch {}
+        });
+      } catch {}
+    }
+  };
+
+)js";
+}
+
+// Versions 2 and 3 differ only in the version they pass.
+std::string piRunStart(int version) {
+    if (version < 2) return std::string(kPiRunV1Start);
+    std::string text(kPiRunV2Start);
+    const std::string_view passed = "\"v=2\"";
+    text.replace(text.find(passed), passed.size(), "\"v=" + std::to_string(version) + "\"");
+    return text;
+}
 
 }  // namespace
 
@@ -271,9 +329,10 @@ std::string piExtension(int version, std::string_view appPath) {
                            : "    const body = JSON.stringify({ session_id: id, seq: shared.seq, "
                              "ts: now });\n";
     return header(version, "Pi") + "\nimport { spawn } from \"node:child_process\";\n\n" +
-           hookConstant(appPath) + state +
-           std::string(version >= 2 ? kPiRunV2Start : kPiRunV1Start) + std::string(kPiRunEnd) +
-           std::string(kPiExtensionStart) + body + std::string(kPiExtensionEnd);
+           hookConstant(appPath) + state + piRunStart(version) + std::string(kPiRunEnd) +
+           std::string(kPiExtensionStart) + body + piQueueAndListener(version) +
+           std::string(version >= 3 ? kPiExtensionEndV3 : kPiExtensionEnd) +
+           std::string(kPiQuestionAndCompaction);
 }
 
 }  // namespace vigilmoth::HookScripts

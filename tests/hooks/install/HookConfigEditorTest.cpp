@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <random>
+#include <regex>
 
 #include "hooks/install/HookExpectations.h"
 #include "hooks/json/JSONSourceText.h"
@@ -36,24 +37,24 @@ TEST(HookConfigEditorTest, GroupsAreWrittenLineByLine) {
               "      {\n"
               "        \"type\": \"command\",\n"
               "        \"command\": \"run 'x' \\\"y\\\" a/b\",\n"
-              "        \"timeout\": 5\n"
+              "        \"timeout\": 3\n"
               "      }\n"
               "    ]\n"
               "  }");
     handler.matcher.reset();
     EXPECT_EQ(group(handler, "\t", "\t", "\r\n", false),
               "{\r\n\t\t\"hooks\": [\r\n\t\t\t{\r\n\t\t\t\t\"type\": \"command\",\r\n"
-              "\t\t\t\t\"command\": \"run 'x' \\\"y\\\" a/b\",\r\n\t\t\t\t\"timeout\": 5\r\n"
+              "\t\t\t\t\"command\": \"run 'x' \\\"y\\\" a/b\",\r\n\t\t\t\t\"timeout\": 3\r\n"
               "\t\t\t}\r\n\t\t]\r\n\t}");
     EXPECT_EQ(group(handler, "", "    ", "\n", true),
-              "{\n    \"command\": \"run 'x' \\\"y\\\" a/b\",\n    \"timeout\": 5\n}");
+              "{\n    \"command\": \"run 'x' \\\"y\\\" a/b\",\n    \"timeout\": 3\n}");
 }
 
-TEST(HookConfigEditorTest, ClaudeGetsSixGroupsAndOnlyNotificationHasAMatcher) {
+TEST(HookConfigEditorTest, ClaudeGetsEightGroupsAndOnlyNotificationHasAMatcher) {
     HookInstallRecord record;
     auto text = installed("{}\n", entry("claude"), record);
     auto handlers = ourHandlers(text, {"hooks"}, false);
-    ASSERT_EQ(handlers.size(), 6u);
+    ASSERT_EQ(handlers.size(), 8u);
     for (const auto& handler : handlers) {
         SCOPED_TRACE(handler.event);
         EXPECT_EQ(handler.matcher.has_value(), handler.event == "Notification");
@@ -61,7 +62,7 @@ TEST(HookConfigEditorTest, ClaudeGetsSixGroupsAndOnlyNotificationHasAMatcher) {
                                        "' claude " + handler.event + " v=1"),
                   std::string::npos);
     }
-    EXPECT_EQ(handlers[3].matcher,
+    EXPECT_EQ(handlers[4].matcher,
               "permission_prompt|elicitation_dialog|elicitation_url_dialog|idle_prompt");
     EXPECT_EQ(handlers, expectedHandlers(entry("claude"), kApp));
 }
@@ -102,6 +103,10 @@ TEST(HookConfigEditorTest, StatusTellsOursFromOthers) {
         {"moved application", installed("{}", entry("claude"), record, "/elsewhere"),
          HookStatus::outdated()},
         {"one handler missing", withoutLastEvent(claude), HookStatus::outdated()},
+        // Written with Codex's warning, before its 3-second limit was known.
+        {"another timeout",
+         std::regex_replace(claude, std::regex("\"timeout\": 3"), "\"timeout\": 5"),
+         HookStatus::outdated()},
         {"not JSON", "{\"hooks\": {,}}", HookStatus::unreadable()},
         {"hooks as an array", "{\"hooks\": []}", HookStatus::notInstalled()},
         {"foreign handler",

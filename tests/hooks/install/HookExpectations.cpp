@@ -93,7 +93,7 @@ json withOurHandlers(json document, const HookCatalogEntry& entry, std::string_v
     for (const auto& key : entry.format.keyPath)
         events = &(*events)[key];
     for (const auto& handler : HookConfigEditor::expectedHandlers(entry, appPath)) {
-        json element = {{"command", handler.command}, {"timeout", 5}};
+        json element = {{"command", handler.command}, {"timeout", 3}};
         if (!isFlat(entry)) {
             element["type"] = "command";
             element = {{"hooks", json::array({element})}};

@@ -14,10 +14,13 @@
 #include "hooks/install/HookExpectations.h"
 #include "hooks/install/HookPluginHistory.h"
 #include "hooks/install/SystemHookFileAccess.h"
+#include "support/MachineWording.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
 namespace {
+
+using testing::worded;
 
 namespace fs = std::filesystem;
 using testing::readFile;
@@ -318,9 +321,9 @@ TEST_F(HookInstallerTest, AnAgentThatIsNotSetUpIsLeftAlone) {
     for (const auto& target : HookCatalog::entries()) {
         SCOPED_TRACE(target.id);
         EXPECT_EQ(installer().status(target), HookStatus::configMissing());
-        EXPECT_EQ(
-            failure([&] { installer().install(target); }, target),
-            "This agent is not set up on this Mac. ~/" + target.configPath + " does not exist.");
+        EXPECT_EQ(failure([&] { installer().install(target); }, target),
+                  worded("This agent is not set up on this Mac. ~/") + target.configPath +
+                      " does not exist.");
     }
     // opencode counts as set up by its own folder under .config, not by .config itself.
     fs::create_directories(home.path() / ".config");
@@ -341,7 +344,7 @@ TEST_F(HookInstallerTest, PluginScriptsAreOursOrLeftAlone) {
                                          : HookCatalog::kOpencodePluginVersion;
         EXPECT_EQ(installer().status(target), HookStatus::installed(version));
 
-        auto older = HookPluginHistory::source(target.id, 1, "/opt/vigilmoth");
+        auto older = HookPluginHistory::source(target.id, version - 1, "/opt/vigilmoth");
         ASSERT_TRUE(older);
         writeFile(config(target), *older);
         EXPECT_EQ(installer().status(target), HookStatus::outdated());

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
@@ -38,14 +39,18 @@ struct Outcome {
 };
 
 // The application folder's name is awkward on purpose: the script must carry it as one string.
+// Node runs the harness as the agent's command (".bin/pi"), where the real hook finds it.
 class ScriptHarness {
 public:
-    explicit ScriptHarness(std::string kind) : kind_(std::move(kind)) {
+    explicit ScriptHarness(std::string kind, bool realHook = false) : kind_(std::move(kind)) {
         app_ = folder_ / "My App's \"test\" \\ é";
         std::string hook = HookCatalog::hookExecutable(app_);
         fs::create_directories(fs::path(hook).parent_path());
-        fs::create_symlink(testing::testProgram("HookRecorder"), hook);
+        fs::create_symlink(
+            realHook ? VIGILMOTH_HOOK_EXECUTABLE : testing::testProgram("HookRecorder"), hook);
         testing::writeFile(folder_ / "package.json", "{\"type\": \"module\"}\n");
+        fs::create_directories(folder_ / "node_modules/.bin");
+        fs::create_symlink(testing::fixture("hook-scripts/harness.mjs"), harness_);
         script_ = folder_ / "vigilmoth.js";
         testing::writeFile(script_, kind_ == "pi" ? HookCatalog::piExtensionSource(app_)
                                                   : HookCatalog::pluginSource(app_));
@@ -59,10 +64,8 @@ public:
         testing::ProcessOptions options;
         options.environment["HOOK_RECORD"] = record;
         if (!hangEvent.empty()) options.environment["HOOK_HANG_EVENT"] = hangEvent;
-        auto result = testing::runProcess(kNode,
-                                          {testing::fixture("hook-scripts/harness.mjs").string(),
-                                           kind_, script_, scenario, record},
-                                          options);
+        auto result =
+            testing::runProcess(kNode, {harness_, kind_, script_, scenario, record}, options);
         EXPECT_EQ(result.status, 0) << result.out << result.err;
         Outcome outcome;
         outcome.harness = json::parse(result.out, nullptr, false);
@@ -77,11 +80,23 @@ public:
 
     const std::string& script() const { return script_; }
 
+    // The states a real run's events take the session through in the real hook's files.
+    std::string replay(const std::string& events) {
+        testing::ProcessOptions options;
+        options.environment["HOOK_STATES"] = options.environment["VIGILMOTH_HOOKS_DIR"] =
+            folder_.path().string();
+        auto result = testing::runProcess(
+            kNode, {harness_, kind_, script_, testing::fixture("hook-inputs/" + events)}, options);
+        EXPECT_EQ(result.status, 0) << result.err;
+        return json::parse(result.out, nullptr, false).value("states", "");
+    }
+
 private:
     std::string kind_;
     testing::TemporaryFolder folder_;
     std::string app_;
     std::string script_;
+    std::string harness_ = folder_ / ("node_modules/.bin/" + kind_);
 };
 
 json opencodeEvent(int t, std::string type, json properties) {
@@ -106,7 +121,8 @@ TEST(HookScriptsTest, NodeAcceptsEveryTemplateVersion) {
     const std::string app = "/Applications/It's \"quoted\" \\ /vigilmoth.app";
     std::vector<std::pair<std::string, std::string>> sources{
         {"opencode 3", HookCatalog::pluginSource(app)},
-        {"pi 2", HookCatalog::piExtensionSource(app)},
+        {"pi 3", HookCatalog::piExtensionSource(app)},
+        {"pi 2", *HookPluginHistory::source("pi", 2, app)},
         {"opencode 1", *HookPluginHistory::source("opencode", 1, app)},
         {"opencode 2", *HookPluginHistory::source("opencode", 2, app)},
         {"pi 1", *HookPluginHistory::source("pi", 1, app)},
@@ -129,13 +145,14 @@ TEST(HookScriptsTest, TextsAreStableForAPathAndDifferAcrossPathsAndVersions) {
     EXPECT_NE(HookCatalog::pluginSource("/A.app"), HookCatalog::pluginSource("/B.app"));
     const std::string pi = HookCatalog::piExtensionSource("/A.app");
     EXPECT_TRUE(
-        pi.starts_with("// vigilmoth-hook v=2\n"
+        pi.starts_with("// vigilmoth-hook v=3\n"
                        "// Written by vigilmoth. Turn it off in vigilmoth > Preferences > "
                        "Agents.\n// It tells vigilmoth when Pi works, waits for you or is "
                        "done.\n"));
     EXPECT_TRUE(HookCatalog::pluginSource("/A.app").starts_with(
         "// vigilmoth-hook v=3\n// Written by vigilmoth."));
-    EXPECT_NE(pi.find("Symbol.for(\"vigilmoth.pi.v2\")"), std::string::npos);
+    EXPECT_NE(pi.find("Symbol.for(\"vigilmoth.pi.v3\")"), std::string::npos);
+    EXPECT_NE(*HookPluginHistory::source("pi", 2, "/A.app"), pi);
     EXPECT_NE(*HookPluginHistory::source("pi", 1, "/A.app"), pi);
     EXPECT_NE(*HookPluginHistory::source("opencode", 1, "/A.app"),
               *HookPluginHistory::source("opencode", 2, "/A.app"));
@@ -149,8 +166,8 @@ TEST(HookScriptsTest, HistoryKnowsOnlyEarlierVersions) {
     };
     const std::vector<Case> cases{{"opencode", 1, true},  {"opencode", 2, true},
                                   {"opencode", 3, false}, {"opencode", 0, false},
-                                  {"pi", 1, true},        {"pi", 2, false},
-                                  {"claude", 1, false}};
+                                  {"pi", 1, true},        {"pi", 2, true},
+                                  {"pi", 3, false},       {"claude", 1, false}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.entry + " " + std::to_string(c.version));
         EXPECT_EQ(HookPluginHistory::source(c.entry, c.version, "/A.app").has_value(), c.known);
@@ -283,6 +300,9 @@ TEST(HookScriptsTest, PiFlagsHoldAQuestionAndKeepCompactionInsideARun) {
          {"agent_start", "ui_prompt_start", "session_shutdown", "tool_execution_start"},
          {"agent_start", "ui_prompt_start", "session_shutdown", "tool_execution_start"}},
         {"a failed compaction when idle", {"session_compact_failed"}, {"session_compact_failed"}},
+        {"agent_end ends a run as agent_settled does",
+         {"agent_start", "ui_prompt_start", "agent_end", "session_compact", "ui_prompt_end"},
+         {"agent_start", "ui_prompt_start", "agent_end", "session_compact"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -294,7 +314,7 @@ TEST(HookScriptsTest, PiFlagsHoldAQuestionAndKeepCompactionInsideARun) {
         std::vector<std::string> sent;
         for (const auto& run : harness.run(steps).runs) {
             EXPECT_EQ(run["args"][0], "pi");
-            EXPECT_EQ(run["args"][2], "v=2");
+            EXPECT_EQ(run["args"][2], "v=3");
             sent.push_back(run["args"][1]);
         }
         EXPECT_EQ(sent, c.sent);
@@ -359,6 +379,23 @@ TEST(HookScriptsTest, AHangingHookIsAbandonedAfterFiveSeconds) {
         if (kind == "pi") {
             EXPECT_TRUE(gone(outcome.runs[0]["pid"].get<int>()));
         }
+    }
+}
+
+// Real runs of Pi 0.73.1 and opencode 1.18.33 through the scripts into the real hook.
+TEST(HookScriptsTest, RealPiAndOpencodeRunsGiveTheStatesAUserExpects) {
+    const std::vector<std::array<std::string, 3>> cases{
+        // Four failed attempts (Pi's own retries) are one run, idle after the last; /new.
+        {"pi", "pi/run1-offline/events.jsonl", "iwi-i-"},
+        // Two runs with a tool each, /compact, quit.
+        {"pi", "pi/run2-mock/events.jsonl", "iwiwiwi-"},
+        // A permission allowed; a task subagent whose own session goes idle inside the run;
+        // a permission rejected; /compact.
+        {"opencode", "opencode/run3-mock-permission-ask/events.jsonl", "-wpwiwiwpwiwi"},
+    };
+    for (const auto& [kind, events, states] : cases) {
+        SCOPED_TRACE(events);
+        EXPECT_EQ(ScriptHarness(kind, true).replay(events), states);
     }
 }
 

@@ -1,6 +1,7 @@
 // Show that real agents' process trees, captured on Linux and replayed as sleeping processes
-// with the same executable names and argument vectors, are recognised as the rules say: the
-// recorded truth, except for the known misfits listed in docs/known-misfits.md.
+// with the same executable names and argument vectors, are recognised as they truly are: the
+// recorded agent of every process, the role its agent's exclusions give, one instance per
+// session.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -28,33 +29,30 @@ struct Record {
     std::string truth;  // the agent it belongs to; empty: none
 };
 
-// Where the rules and the truth disagree, the rules win until an issue changes them. Each
-// entry: run, pid, short name, and what the rules give ("" for no agent).
-const std::map<std::tuple<std::string, int, std::string>, std::string> kMisfits = {
-    // Claude Code runs its bundled ripgrep as its own executable under argument 0 "rg".
-    {{"claude", 12441, "claude.exe"}, ""},
-    {{"claude", 12442, "claude.exe"}, ""},
-    {{"claude-p", 6752, "claude.exe"}, ""},
+// Agent processes that are not sessions: Claude Code's ripgrep (its own executable as "rg"),
+// Codex's managed app-server daemon and its pid-update loops.
+const std::map<std::pair<std::string, int>, AgentRole> kRoles = {
+    {{"claude", 12441}, AgentRole::helper},  {{"claude", 12442}, AgentRole::helper},
+    {{"claude-p", 6752}, AgentRole::helper}, {{"codex", 18289}, AgentRole::engine},
+    {{"codex", 18366}, AgentRole::helper},   {{"codex", 18370}, AgentRole::helper},
 };
 
-// Per run, the instances the rules make: agent, role, root process and number of processes.
-// Every process below the agent belongs to it; a process recorded in two states is replayed
-// twice, so the renamed Pi shows up twice. Codex's managed app-server daemon is an engine, a
-// root of its own.
+// Per run, the instances: agent, role, root process and number of processes. Codex's managed
+// app-server daemon is an engine, a root of its own: it outlives the session and serves others.
 const std::map<std::string, std::vector<std::string>> kInstances = {
-    {"amp", {"amp session 28736/amp 11"}},
-    {"claude", {"claude session 12414/claude 20"}},
-    {"claude-firstrun2", {"claude session 5885/claude 1"}},
-    {"claude-p", {"claude session 6738/claude 3"}},
-    {"cn", {"cn session 29107/node 9"}},
-    {"codex", {"codex session 18256/node 11", "codex engine 18289/codex 11"}},
-    {"codex-exec", {"codex session 6552/node 9"}},
-    {"copilot", {"copilot session 21961/node 80"}},
-    {"droid", {"droid session 16672/droid 7"}},
-    {"gemini", {"gemini session 13959/node 14"}},
-    {"grok", {"grok session 951/node 1"}},
-    {"opencode", {"opencode session 19613/opencode 11"}},
-    {"pi", {"pi session 25779/node 1", "pi session 25779/pi 1"}},
+    {"amp", {"amp session 28736 11"}},
+    {"claude", {"claude session 12414 16"}},
+    {"claude-firstrun2", {"claude session 5885 1"}},
+    {"claude-p", {"claude session 6738 3"}},
+    {"cn", {"cn session 29107 9"}},
+    {"codex", {"codex session 18256 11", "codex engine 18289 11"}},
+    {"codex-exec", {"codex session 6552 9"}},
+    {"copilot", {"copilot session 21961 79"}},
+    {"droid", {"droid session 16672 7"}},
+    {"gemini", {"gemini session 13959 14"}},
+    {"grok", {"grok session 951 1"}},
+    {"opencode", {"opencode session 19613 9"}},
+    {"pi", {"pi session 25779 1"}},
 };
 
 std::map<std::string, std::vector<Record>> runs() {
@@ -73,6 +71,21 @@ std::map<std::string, std::vector<Record>> runs() {
     return result;
 }
 
+// A process recorded in several states (a renamed title) was in one at a time: replay n shows
+// each process in its n-th state, or its last; nothing once no process has an n-th.
+std::vector<Record> inState(const std::vector<Record>& records, int n) {
+    std::map<int, int> count, seen;
+    for (const auto& record : records)
+        ++count[record.pid];
+    std::vector<Record> result;
+    bool more = n == 0;
+    for (const auto& record : records) {
+        more = more || count[record.pid] > n;
+        if (seen[record.pid]++ == std::min(n, count[record.pid] - 1)) result.push_back(record);
+    }
+    return more ? result : std::vector<Record>{};
+}
+
 // One planned process per record; a parent is the first record of its pid in the same run.
 std::vector<PlannedProcess> plan(const std::vector<Record>& records) {
     std::map<int, int> firstRecordOfPid;
@@ -88,41 +101,45 @@ std::vector<PlannedProcess> plan(const std::vector<Record>& records) {
     return planned;
 }
 
-TEST(RealProcessTreesTest, ReplayedTreesAreRecognisedAsTheRulesSay) {
-    for (const auto& [run, records] : runs()) {
-        SCOPED_TRACE(run);
-        ProcessTree tree(plan(records));
-        SystemProcessCensus census;
-        auto rows = census.snapshot();
-        ASSERT_TRUE(rows);
-        std::unordered_map<int32_t, AgentMatch> matches;
-        std::map<int32_t, const ProcessInfoRow*> byPid;
-        for (const auto& row : *rows)
-            byPid[row.pid] = &row;
-        for (size_t index = 0; index < records.size(); ++index) {
-            const Record& record = records[index];
-            SCOPED_TRACE(std::to_string(record.pid) + " " + record.comm);
-            auto row = byPid.find(tree.pid(static_cast<int>(index)));
-            ASSERT_NE(row, byPid.end());
-            EXPECT_EQ(row->second->executablePath, tree.executable(record.executable.substr(1)));
-            auto match = AgentCatalog::standard().match(*row->second);
-            std::string found = match ? match->definition.id : "";
-            auto misfit = kMisfits.find({run, record.pid, record.comm});
-            std::string expected = misfit == kMisfits.end() ? record.truth : misfit->second;
-            EXPECT_EQ(found, expected) << "truth: " << record.truth;
-            if (match) matches.emplace(row->second->pid, *match);
+TEST(RealProcessTreesTest, ReplayedTreesShowEveryProcessAsItIsAndOneInstancePerSession) {
+    for (const auto& [run, all] : runs()) {
+        for (int n = 0; !inState(all, n).empty(); ++n) {
+            const auto records = inState(all, n);
+            SCOPED_TRACE(run + " state " + std::to_string(n));
+            ProcessTree tree(plan(records));
+            SystemProcessCensus census;
+            auto rows = census.snapshot();
+            ASSERT_TRUE(rows);
+            std::unordered_map<int32_t, AgentMatch> matches;
+            std::map<int32_t, const ProcessInfoRow*> byPid;
+            for (const auto& row : *rows)
+                byPid[row.pid] = &row;
+            for (size_t index = 0; index < records.size(); ++index) {
+                const Record& record = records[index];
+                SCOPED_TRACE(std::to_string(record.pid) + " " + record.comm);
+                auto row = byPid.find(tree.pid(static_cast<int>(index)));
+                ASSERT_NE(row, byPid.end());
+                EXPECT_EQ(row->second->executablePath,
+                          tree.executable(record.executable.substr(1)));
+                auto match = AgentCatalog::standard().match(*row->second);
+                EXPECT_EQ(match ? match->definition.id : "", record.truth);
+                if (!match) continue;
+                auto role = kRoles.find({run, record.pid});
+                EXPECT_EQ(match->role, role == kRoles.end() ? AgentRole::session : role->second);
+                matches.emplace(row->second->pid, *match);
+            }
+            std::vector<std::string> grouped;
+            for (const auto& instance : AgentInstances::of(*rows, matches)) {
+                auto root = std::find_if(records.begin(), records.end(), [&](const Record& record) {
+                    return tree.pid(static_cast<int>(&record - records.data())) == instance.rootPID;
+                });
+                if (root == records.end()) continue;
+                grouped.push_back(
+                    instance.definition.id + " " + std::string(roleWord(instance.role)) + " " +
+                    std::to_string(root->pid) + " " + std::to_string(instance.rows.size()));
+            }
+            EXPECT_EQ(grouped, kInstances.at(run));
         }
-        std::vector<std::string> grouped;
-        for (const auto& instance : AgentInstances::of(*rows, matches)) {
-            auto root = std::find_if(records.begin(), records.end(), [&](const Record& record) {
-                return tree.pid(static_cast<int>(&record - records.data())) == instance.rootPID;
-            });
-            if (root == records.end()) continue;
-            grouped.push_back(instance.definition.id + " " + std::string(roleWord(instance.role)) +
-                              " " + std::to_string(root->pid) + "/" + root->comm + " " +
-                              std::to_string(instance.rows.size()));
-        }
-        EXPECT_EQ(grouped, kInstances.at(run));
     }
 }
 

@@ -2,10 +2,14 @@
 
 #include <string_view>
 
+#include "base/WellKnownPaths.h"
+
 namespace vigilmoth {
 
 // What the texts the user reads call the machine: "Mac" on macOS, "computer" on Linux. Every
 // text that names the machine takes one, so that the choice is made once, in `kMachineWord`.
+// It lives in base/ because the hook installer's and the aggregator's sentences name the
+// machine too, and they sit below ui/.
 struct MachineWord {
     // Inside a sentence: "your Mac", "your computer".
     std::string_view noun;
@@ -18,7 +22,9 @@ struct MachineWord {
     constexpr bool operator==(const MachineWord&) const = default;
 };
 
-// The word of this application: "Mac" everywhere until the Linux application says "computer".
-inline constexpr MachineWord kMachineWord = MachineWord::mac();
+// The word of this application, chosen here and nowhere else, by the system it is built for: a
+// Linux machine may be any kind of computer, and calling it a Mac would be wrong.
+inline constexpr MachineWord kMachineWord =
+    kHostPlatform == HostPlatform::macos ? MachineWord::mac() : MachineWord::computer();
 
 }  // namespace vigilmoth
