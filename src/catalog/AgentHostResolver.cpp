@@ -74,9 +74,8 @@ std::vector<ProcessInfoRow> chain(const ProcessInfoRow& row, const ProcessTable&
     return rows;
 }
 
-std::optional<std::int32_t> app(const std::vector<ProcessInfoRow>& chain,
-                                bool skippingFirstBundle, const ProcessTable& table,
-                                AgentHostApps& apps) {
+std::optional<std::int32_t> app(const std::vector<ProcessInfoRow>& chain, bool skippingFirstBundle,
+                                const ProcessTable& table, AgentHostApps& apps) {
     for (const auto& row : chain) {
         if (apps.isApp(row)) return row.pid;
     }
@@ -102,9 +101,8 @@ std::optional<AgentHost> resolve(std::int32_t pid, AgentDefinition::Kind kind,
     return std::nullopt;
 }
 
-std::optional<ProcessInfoRow> terminalOwner(
-    const std::vector<ProcessInfoRow>& chain,
-    const std::function<bool(std::string_view)>& excluded) {
+std::optional<ProcessInfoRow> terminalOwner(const std::vector<ProcessInfoRow>& chain,
+                                            const std::function<bool(std::string_view)>& excluded) {
     if (chain.empty() || !terminalOf(chain.front())) return std::nullopt;
     auto tty = chain.front().tty;
     auto owner = std::find_if(chain.begin(), chain.end(),

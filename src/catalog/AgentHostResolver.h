@@ -58,9 +58,8 @@ std::optional<AgentHost> resolve(std::int32_t pid, AgentDefinition::Kind kind,
 std::vector<ProcessInfoRow> chain(const ProcessInfoRow& row, const ProcessTable& table);
 
 // The first process of the chain that is an application, else what the system finds beyond.
-std::optional<std::int32_t> app(const std::vector<ProcessInfoRow>& chain,
-                                bool skippingFirstBundle, const ProcessTable& table,
-                                AgentHostApps& apps);
+std::optional<std::int32_t> app(const std::vector<ProcessInfoRow>& chain, bool skippingFirstBundle,
+                                const ProcessTable& table, AgentHostApps& apps);
 
 // The process that holds the other end of the agent's terminal: the first ancestor on another
 // terminal (or none), whose child in the chain has the agent's. A terminal emulator that is not

@@ -43,17 +43,6 @@ struct DetectionSettings {
         auto found = agentRules.find(agentID);
         return found == agentRules.end() ? AgentRule::automatic : found->second;
     }
-    // A copy with the agent's rule set; `automatic` leaves no entry behind, so that the stored
-    // rules name only the agents the user treats apart.
-    DetectionSettings withRule(const std::string& agentID, AgentRule rule) const {
-        DetectionSettings changed = *this;
-        if (rule == AgentRule::automatic) {
-            changed.agentRules.erase(agentID);
-        } else {
-            changed.agentRules[agentID] = rule;
-        }
-        return changed;
-    }
 
     bool operator==(const DetectionSettings&) const = default;
 };

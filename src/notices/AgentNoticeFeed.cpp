@@ -4,8 +4,8 @@ namespace vigilmoth {
 
 AgentNoticeFeed::Conditions AgentNoticeFeed::Conditions::replay() {
     Conditions conditions;
-    conditions.settings = AgentNoticeSettings{.waiting = true, .finished = true,
-                                              .onlyWhenAway = false};
+    conditions.settings =
+        AgentNoticeSettings{.waiting = true, .finished = true, .onlyWhenAway = false};
     conditions.active = true;
     return conditions;
 }

@@ -5,10 +5,14 @@ namespace {
 
 const char* statusWord(NotificationAllowance::Status status) {
     switch (status) {
-    case NotificationAllowance::Status::notDetermined: return "notDetermined";
-    case NotificationAllowance::Status::denied: return "denied";
-    case NotificationAllowance::Status::authorized: return "authorized";
-    case NotificationAllowance::Status::provisional: return "provisional";
+        case NotificationAllowance::Status::notDetermined:
+            return "notDetermined";
+        case NotificationAllowance::Status::denied:
+            return "denied";
+        case NotificationAllowance::Status::authorized:
+            return "authorized";
+        case NotificationAllowance::Status::provisional:
+            return "provisional";
     }
     return "";
 }
@@ -21,10 +25,13 @@ const char* flag(bool on) {
 
 NotificationPermission NotificationAllowance::permission() const {
     switch (status) {
-    case Status::notDetermined: return NotificationPermission::notAsked;
-    case Status::denied: return NotificationPermission::denied;
-    case Status::authorized:
-    case Status::provisional: return NotificationPermission::allowed;
+        case Status::notDetermined:
+            return NotificationPermission::notAsked;
+        case Status::denied:
+            return NotificationPermission::denied;
+        case Status::authorized:
+        case Status::provisional:
+            return NotificationPermission::allowed;
     }
     return NotificationPermission::notAsked;
 }

@@ -65,8 +65,8 @@ public:
     // The system's settings of this application's notifications.
     virtual void openSettings() = 0;
     // The user clicked a notification: its user info, and the system's uptime at the click.
-    virtual void onResponse(std::function<void(const nlohmann::json& userInfo, double uptime)>
-                                handler) = 0;
+    virtual void onResponse(
+        std::function<void(const nlohmann::json& userInfo, double uptime)> handler) = 0;
 };
 
 }  // namespace vigilmoth

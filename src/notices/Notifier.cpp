@@ -51,29 +51,29 @@ void Notifier::postMessage(const std::string& identifier, const std::string& tex
 }
 
 void Notifier::send(NotificationRequest request) {
-    center_.requestAuthorization(whileAlive([this, request](std::optional<NotificationError> error) {
+    center_.requestAuthorization(whileAlive([this,
+                                             request](std::optional<NotificationError> error) {
         if (error) log_.error("authorization failed: " + error->description);
         center_.readSettings(whileAlive([this, request](NotificationAllowance allowance) {
             note(allowance);
             if (!allowance.allowsPosting()) {
-                log_.info("post skipped " + request.identifier +
-                          ": notifications are not allowed");
+                log_.info("post skipped " + request.identifier + ": notifications are not allowed");
                 report(request.identifier, AgentNoticeDelivery::notAllowed);
                 return;
             }
             bool banners = allowance.banners;
             center_.add(request, whileAlive([this, id = request.identifier,
                                              banners](std::optional<NotificationError> error) {
-                if (error) {
-                    log_.error("post failed " + id + ": " + error->domain + " " +
-                               std::to_string(error->code));
-                    report(id, AgentNoticeDelivery::failed);
-                    return;
-                }
-                log_.info("posted " + id + (banners ? "" : ", banners are off"));
-                report(id, banners ? AgentNoticeDelivery::delivered
-                                   : AgentNoticeDelivery::noBanner);
-            }));
+                            if (error) {
+                                log_.error("post failed " + id + ": " + error->domain + " " +
+                                           std::to_string(error->code));
+                                report(id, AgentNoticeDelivery::failed);
+                                return;
+                            }
+                            log_.info("posted " + id + (banners ? "" : ", banners are off"));
+                            report(id, banners ? AgentNoticeDelivery::delivered
+                                               : AgentNoticeDelivery::noBanner);
+                        }));
         }));
     }));
 }

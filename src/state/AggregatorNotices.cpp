@@ -85,11 +85,11 @@ void AggregatorNotices::record(const AgentNoticeFeed::Step& step, const Detectio
         SleepOutlook outlook(sample.decision, macSleep_, now);
         log_.info(outlook.logLine());
         auto content = AgentNoticeText::content(notice, outlook, now);
-        history_.add({.id = content.id,
-                      .at = now,
-                      .title = content.title,
-                      .result = AgentNoticeHistory::Result::of(
-                          AgentNoticeHistory::Result::Kind::sending)});
+        history_.add(
+            {.id = content.id,
+             .at = now,
+             .title = content.title,
+             .result = AgentNoticeHistory::Result::of(AgentNoticeHistory::Result::Kind::sending)});
         parts_.notifier->post(content);
     }
     if (history_ != before) changed();
@@ -129,12 +129,12 @@ void AggregatorNotices::updateMacSleep(const FrameContext& context, Date at, boo
         holders.erase(parts_.ownPid);
         otherAppHolds = !holders.empty();
     }
-    MacSleepState state{.lidClosed = context.lidClosed,
-                        .onBattery = context.onBattery,
-                        .flagInUse = flagInUse,
-                        .sleepTimerMinutes =
-                            sleepTimerRead_ ? sleepTimerRead_->minutes : std::nullopt,
-                        .otherAppHolds = otherAppHolds};
+    MacSleepState state{
+        .lidClosed = context.lidClosed,
+        .onBattery = context.onBattery,
+        .flagInUse = flagInUse,
+        .sleepTimerMinutes = sleepTimerRead_ ? sleepTimerRead_->minutes : std::nullopt,
+        .otherAppHolds = otherAppHolds};
     if (state != macSleep_) {
         macSleep_ = state;
         changed();

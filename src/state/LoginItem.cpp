@@ -18,12 +18,16 @@ void LoginItemSwitch::refresh() {
     auto state = LoginItemState::unavailable;
     if (canRegister_) {
         switch (service_.status()) {
-        case LoginItemManaging::Status::enabled: state = LoginItemState::on; break;
-        case LoginItemManaging::Status::requiresApproval:
-            state = LoginItemState::needsApproval;
-            break;
-        case LoginItemManaging::Status::notRegistered:
-        case LoginItemManaging::Status::notFound: state = LoginItemState::off; break;
+            case LoginItemManaging::Status::enabled:
+                state = LoginItemState::on;
+                break;
+            case LoginItemManaging::Status::requiresApproval:
+                state = LoginItemState::needsApproval;
+                break;
+            case LoginItemManaging::Status::notRegistered:
+            case LoginItemManaging::Status::notFound:
+                state = LoginItemState::off;
+                break;
         }
     }
     state_ = state;

@@ -40,7 +40,8 @@ AgentNoticeContent content(const AgentNotice& notice, const SleepOutlook& outloo
 }
 
 std::string skippedTitle(AgentNoticeKind kind) {
-    return kind == AgentNoticeKind::waiting ? "An agent started to wait for you" : "An agent finished";
+    return kind == AgentNoticeKind::waiting ? "An agent started to wait for you"
+                                            : "An agent finished";
 }
 
 }  // namespace vigilmoth::AgentNoticeText

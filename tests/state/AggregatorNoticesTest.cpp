@@ -2,8 +2,6 @@
 // keep a short history, announce a hidden notice once, and read the sleep timer sparingly.
 #include <gtest/gtest.h>
 
-#include <map>
-
 #include "lab/LabFormat.h"
 #include "lab/LabNotices.h"
 #include "lab/LabReplay.h"
@@ -17,11 +15,14 @@ namespace vigilmoth {
 namespace {
 
 const Date kStart(1767225600);
+constexpr auto working = ReportedState::working;
+constexpr auto waiting = ReportedState::waitingForUser;
 
-class FakeHosts final : public AgentHostFinding {
+// Every session runs in application 50.
+class FakeHosts final : public AgentHostFinding, public UserPresenceReading {
 public:
-    std::map<std::int32_t, std::int32_t> ownerOf;
     int lookups = 0;
+    double idleSeconds = 2;
 
     std::vector<std::optional<AgentHost>> hosts(const std::vector<AgentHostRequest>&) override {
         return {};
@@ -30,47 +31,24 @@ public:
     std::vector<std::optional<std::int32_t>> owners(
         const std::vector<std::int32_t>& pids) override {
         ++lookups;
-        std::vector<std::optional<std::int32_t>> found;
-        for (auto pid : pids) {
-            auto owner = ownerOf.find(pid);
-            found.push_back(owner == ownerOf.end() ? std::nullopt : std::optional(owner->second));
-        }
-        return found;
+        return std::vector<std::optional<std::int32_t>>(pids.size(), 50);
     }
-};
-
-class FakePresence final : public UserPresenceReading {
-public:
-    std::optional<std::int32_t> front;
-    double idleSeconds = 0;
-    std::optional<std::int32_t> frontmostPid() override { return front; }
+    std::optional<std::int32_t> frontmostPid() override { return 50; }
     double secondsSinceInput() override { return idleSeconds; }
 };
 
-class FakeSleepTimer final : public SleepTimerReading {
+class FakeSleepTimer final : public SleepTimerReading, public PowerAssertionListing {
 public:
     std::vector<bool> reads;
-    std::vector<std::function<void(std::optional<int>)>> pending;
+    std::vector<std::function<void(std::optional<int>)>> answers;
+    std::set<int> pids{42};
+
     void read(bool onBattery, std::function<void(std::optional<int>)> done) override {
         reads.push_back(onBattery);
-        pending.push_back(std::move(done));
+        answers.push_back(std::move(done));
     }
-};
-
-class FakeAssertions final : public PowerAssertionListing {
-public:
-    std::set<int> pids;
     std::set<int> assertingPIDs() override { return pids; }
 };
-
-DetectionSample sampleOf(std::vector<std::pair<std::int32_t, ReportedState>> sessions) {
-    DetectionSample sample;
-    for (auto [pid, state] : sessions) {
-        sample.readings.push_back(
-            testing::readingOf("claude", "Claude Code", {pid, 100}, state));
-    }
-    return sample;
-}
 
 class AggregatorNoticesTest : public ::testing::Test {
 protected:
@@ -79,9 +57,16 @@ protected:
     }
     void TearDown() override { setLogSink(writeLogLineToStandardError); }
 
-    // Every session of the sample in one state at `offset`.
+    // The sessions of the sample at `offset`, each in its state.
+    void announce(double offset, std::vector<std::pair<std::int32_t, ReportedState>> sessions,
+                  AggregatorNotices& to) {
+        DetectionSample sample;
+        for (auto [pid, state] : sessions)
+            sample.readings.push_back(testing::readingOf("claude", "Claude Code", {pid, 1}, state));
+        to.announceAgents(sample, situation, kStart + offset);
+    }
     void announce(double offset, std::vector<std::pair<std::int32_t, ReportedState>> sessions) {
-        notices.announceAgents(sampleOf(std::move(sessions)), situation, kStart + offset);
+        announce(offset, std::move(sessions), notices);
     }
     std::vector<std::string> titles() const {
         std::vector<std::string> all;
@@ -93,42 +78,31 @@ protected:
     testing::FakeNotificationCenter center;
     Notifier notifier{center};
     FakeHosts hosts;
-    FakePresence presence;
-    AgentNoticeSituation situation{.settings = {.waiting = true, .finished = true,
-                                                .onlyWhenAway = true}};
+    AgentNoticeSituation situation{.settings = {.waiting = true, .finished = true}};
     std::vector<std::string> posted;
-    AggregatorNotices notices{{.notifier = &notifier,
-                               .hosts = &hosts,
-                               .presence = &presence,
-                               .notify = [this](const std::string& text) {
-                                   posted.push_back(text);
-                               }}};
+    AggregatorNotices notices{
+        {.notifier = &notifier,
+         .hosts = &hosts,
+         .presence = &hosts,
+         .notify = [this](const std::string& text) { posted.push_back(text); }}};
 };
 
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-
-TEST(AggregatorNoticesReplayTest, PostsTheNoticesTheLabsReplayFinds) {
-    setLogSink([](LogLevel, std::string_view, std::string_view) {});
+TEST_F(AggregatorNoticesTest, PostsTheNoticesTheLabsReplayFinds) {
     auto recording = LabFormat::recording(testing::readFile(testing::fixture("lab/notices.jsonl")));
-    testing::FakeNotificationCenter center;
-    Notifier notifier(center);
-    AggregatorNotices notices({.notifier = &notifier});
+    AggregatorNotices live({.notifier = &notifier});
     AgentNoticeSituation replay{.settings = AgentNoticeFeed::Conditions::replay().settings};
-    for (const auto& step : LabReplay::steps(recording, std::nullopt, std::nullopt)) {
-        notices.announceAgents({.readings = step.readings, .decision = step.decision}, replay,
-                               step.at);
-    }
-    std::vector<std::pair<std::string, std::string>> expected, live;
+    for (const auto& step : LabReplay::steps(recording, std::nullopt, std::nullopt))
+        live.announceAgents({.readings = step.readings, .decision = step.decision}, replay,
+                            step.at);
+    std::vector<std::string> expected, posted;
     for (const auto& told : LabNotices::notices(recording, std::nullopt)) {
         auto content = AgentNoticeText::content(told.notice, {}, told.at);
-        expected.emplace_back(content.id, content.title);
+        expected.push_back(content.id + " " + content.title);
     }
     for (const auto& request : center.added)
-        live.emplace_back(request.identifier, request.title);
-    EXPECT_EQ(live.size(), 5u);
-    EXPECT_EQ(live, expected);
-    setLogSink(writeLogLineToStandardError);
+        posted.push_back(request.identifier + " " + request.title);
+    EXPECT_EQ(posted.size(), 5u);
+    EXPECT_EQ(posted, expected);
 }
 
 TEST_F(AggregatorNoticesTest, KeepsTheFiveNewestDecisionsNewestFirst) {
@@ -142,48 +116,37 @@ TEST_F(AggregatorNoticesTest, KeepsTheFiveNewestDecisionsNewestFirst) {
     const auto& entries = notices.history().entries;
     ASSERT_EQ(entries.size(), 5u);
     EXPECT_EQ(entries.front().title, "Claude Code is waiting for you");
-    EXPECT_EQ(entries.front().result.kind, AgentNoticeHistory::Result::Kind::sending);
     EXPECT_EQ(entries[1].id, "skipped-4");
     EXPECT_EQ(entries[1].title, "An agent started to wait for you");
     EXPECT_EQ(entries[1].result.kind, AgentNoticeHistory::Result::Kind::notActive);
     EXPECT_EQ(entries.back().id, "skipped-1");
 
+    EXPECT_EQ(entries.front().result.kind, AgentNoticeHistory::Result::Kind::sending);
     notices.delivered(center.added.back().identifier, AgentNoticeDelivery::noBanner);
-    EXPECT_EQ(notices.history().entries.front().result,
+    EXPECT_EQ(entries.front().result,
               AgentNoticeHistory::Result::sent(AgentNoticeDelivery::noBanner));
 }
 
 TEST_F(AggregatorNoticesTest, TheFrontApplicationCountsOnlyWhenTheUserWantsToBeAway) {
-    hosts.ownerOf = {{5, 50}};
-    presence.front = 50;
-    presence.idleSeconds = 2;
     struct Case {
-        const char* name;
         bool onlyWhenAway;
         double idleSeconds;
-        std::vector<std::string> titles;
+        size_t posted;
     };
-    for (const auto& c : {Case{"away only, user at its terminal", true, 2, {}},
-                          Case{"away only, user gone for a while", true, 30,
-                               {"Claude Code is waiting for you"}},
-                          Case{"always", false, 2, {"Claude Code is waiting for you"}}}) {
-        SCOPED_TRACE(c.name);
-        testing::FakeNotificationCenter center;
-        Notifier notifier(center);
-        AggregatorNotices notices({.notifier = &notifier, .hosts = &hosts, .presence = &presence});
-        presence.idleSeconds = c.idleSeconds;
+    // The user at the agent's own application, gone for a while, and told always.
+    for (auto c : {Case{true, 2, 0}, Case{true, 30, 1}, Case{false, 2, 1}}) {
+        SCOPED_TRACE(c.idleSeconds);
+        AggregatorNotices notices({.notifier = &notifier, .hosts = &hosts, .presence = &hosts});
+        center.added.clear();
+        hosts.idleSeconds = c.idleSeconds;
         situation.settings.onlyWhenAway = c.onlyWhenAway;
-        notices.announceAgents(sampleOf({}), situation, kStart);
-        notices.announceAgents(sampleOf({{5, waiting}}), situation, kStart + 1);
-        notices.announceAgents(sampleOf({{5, waiting}}), situation, kStart + 4);
-        std::vector<std::string> titles;
-        for (const auto& request : center.added)
-            titles.push_back(request.title);
-        EXPECT_EQ(titles, c.titles);
-        bool inFront = !notices.history().entries.empty() &&
-                       notices.history().entries.front().result.kind ==
-                           AgentNoticeHistory::Result::Kind::inFront;
-        EXPECT_EQ(inFront, c.titles.empty());
+        announce(0, {}, notices);
+        announce(1, {{5, waiting}}, notices);
+        announce(4, {{5, waiting}}, notices);
+        EXPECT_EQ(center.added.size(), c.posted);
+        EXPECT_EQ(notices.history().entries.front().result.kind ==
+                      AgentNoticeHistory::Result::Kind::inFront,
+                  c.posted == 0);
     }
     // Each session's owner was looked up once, when it appeared.
     EXPECT_EQ(hosts.lookups, 3);
@@ -203,34 +166,20 @@ TEST_F(AggregatorNoticesTest, SwitchingBothKindsOffAndOnAnnouncesNoStateThatAlre
     EXPECT_EQ(titles(), std::vector<std::string>{"Claude Code is waiting for you"});
 }
 
-TEST_F(AggregatorNoticesTest, WithoutANotifierNothingIsFollowed) {
-    AggregatorNotices silent({.hosts = &hosts});
-    silent.announceAgents(sampleOf({{5, waiting}}), situation, kStart);
-    EXPECT_EQ(hosts.lookups, 0);
-    EXPECT_TRUE(silent.history().entries.empty());
-}
-
 TEST_F(AggregatorNoticesTest, AnnouncesAHiddenNoticeOnceWhileTheIconIsHidden) {
-    HiddenNoticeFacts switchedOff{.showMenuBarIcon = false,
-                                  .helperStatus = HelperStatus::notRegistered,
-                                  .sleepDisabled = true};
-    HiddenNoticeFacts notResponding{.showMenuBarIcon = false,
-                                    .helperStatus = HelperStatus::enabled,
-                                    .hasBattery = true,
-                                    .stayAwakeLidClosedOnBattery = true,
-                                    .setup = HelperSetup::notResponding};
+    HiddenNoticeFacts off{.showMenuBarIcon = false, .sleepDisabled = true};
+    HiddenNoticeFacts unreachable{.showMenuBarIcon = false,
+                                  .helperStatus = HelperStatus::enabled,
+                                  .hasBattery = true,
+                                  .stayAwakeLidClosedOnBattery = true,
+                                  .setup = HelperSetup::notResponding};
     HiddenNoticeFacts fine{.showMenuBarIcon = false, .helperStatus = HelperStatus::enabled};
-    auto shown = switchedOff;
+    HiddenNoticeFacts shown = off;
     shown.showMenuBarIcon = true;
-    // Each step: the facts, and how many texts have been posted after it.
+    // The icon shows it; hiding the icon later does not announce what held already; it goes
+    // away and comes back, once; another case.
     const std::vector<std::pair<HiddenNoticeFacts, size_t>> steps = {
-        {shown, 0},          // the icon shows it
-        {switchedOff, 0},    // hiding the icon later does not announce what held already
-        {fine, 0},           // it went away
-        {switchedOff, 1},    // and came back
-        {switchedOff, 1},    // once
-        {notResponding, 2},  // another case
-    };
+        {shown, 0}, {off, 0}, {fine, 0}, {off, 1}, {off, 1}, {unreachable, 2}};
     for (size_t at = 0; at < steps.size(); ++at) {
         SCOPED_TRACE(at);
         notices.announceHiddenNotice(steps[at].first);
@@ -245,12 +194,10 @@ TEST_F(AggregatorNoticesTest, AnnouncesAHiddenNoticeOnceWhileTheIconIsHidden) {
 
 TEST_F(AggregatorNoticesTest, ReadsTheSleepTimerAtMostEveryThirtySecondsOnOnePowerSource) {
     FakeSleepTimer timer;
-    FakeAssertions assertions;
-    assertions.pids = {42};
-    AggregatorNotices notices({.sleepTimer = &timer, .assertions = &assertions, .ownPid = 42});
+    AggregatorNotices notices({.sleepTimer = &timer, .assertions = &timer, .ownPid = 42});
     FrameContext mains, battery{.onBattery = true, .lidClosed = true};
     notices.updateMacSleep(mains, kStart, false);
-    timer.pending.back()(10);
+    timer.answers.back()(10);
     notices.updateMacSleep(mains, kStart + 29, true);
     EXPECT_EQ(notices.macSleep(), (MacSleepState{.flagInUse = true, .sleepTimerMinutes = 10}));
     notices.updateMacSleep(mains, kStart + 31, false);
@@ -258,15 +205,12 @@ TEST_F(AggregatorNoticesTest, ReadsTheSleepTimerAtMostEveryThirtySecondsOnOnePow
     notices.updateMacSleep(battery, kStart + 32, false);
     EXPECT_EQ(timer.reads, (std::vector{false, false, true}));
     EXPECT_EQ(notices.macSleep(), (MacSleepState{.lidClosed = true, .onBattery = true}));
-    // The answer of a read made for mains arrives after the switch: stale.
-    timer.pending[1](25);
+    // The answer of a read for mains arrives after the switch: stale.
+    timer.answers[1](25);
+    timer.pids = {42, 7};
     notices.updateMacSleep(battery, kStart + 33, false);
-    EXPECT_EQ(notices.macSleep().sleepTimerMinutes, std::nullopt);
-    assertions.pids = {42, 7};
-    timer.pending[2](0);
-    notices.updateMacSleep(battery, kStart + 34, false);
-    EXPECT_EQ(notices.macSleep(), (MacSleepState{.lidClosed = true, .onBattery = true,
-                                                 .sleepTimerMinutes = 0, .otherAppHolds = true}));
+    EXPECT_EQ(notices.macSleep(),
+              (MacSleepState{.lidClosed = true, .onBattery = true, .otherAppHolds = true}));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "hooks/install/SystemHookFileAccess.h"
 #include "state/AgentHostActions.h"
+#include "state/AgentRules.h"
 #include "state/HookActions.h"
 #include "state/LoginItem.h"
 #include "support/DecisionBuilders.h"
@@ -20,9 +21,9 @@ TEST(HookActionsTest, KeepsEachEntrysStatusAndLastFailure) {
     setLogSink([](LogLevel, std::string_view, std::string_view) {});
     testing::TemporaryFolder home;
     SystemHookFileAccess files;
-    HookInstaller installer({home.path().string(), "/opt/vigilmoth",
-                             (home.path() / ".local/share/vigilmoth").string()},
-                            [] { return Date(1767225600); }, files);
+    HookInstaller installer(
+        {home.path().string(), "/opt/vigilmoth", (home.path() / ".local/share/vigilmoth").string()},
+        [] { return Date(1767225600); }, files);
     HookActions actions(installer);
     int changes = 0;
     actions.onChange = [&] { ++changes; };
@@ -54,8 +55,7 @@ TEST(HookActionsTest, KeepsEachEntrysStatusAndLastFailure) {
         EXPECT_EQ(actions.hookStatuses().at("claude").kind, step.status);
         EXPECT_EQ(actions.hookStatuses().size(), HookCatalog::entries().size());
         auto error = actions.hookErrors().find("claude");
-        EXPECT_EQ(error == actions.hookErrors().end() ? std::nullopt
-                                                      : std::optional(error->second),
+        EXPECT_EQ(error == actions.hookErrors().end() ? std::nullopt : std::optional(error->second),
                   step.error);
     }
     EXPECT_EQ(changes, 4);
@@ -65,92 +65,90 @@ TEST(HookActionsTest, KeepsEachEntrysStatusAndLastFailure) {
 class FakeLoginItem final : public LoginItemManaging {
 public:
     Status current = Status::notRegistered;
-    Status afterRegister = Status::enabled;
+    // What a registration leads to, and the failure it reports instead.
+    Status registered = Status::enabled;
     std::optional<std::string> failure;
-    std::vector<std::string> calls;
+    std::string calls;
 
     Status status() override { return current; }
-    std::optional<std::string> registerItem() override {
-        calls.push_back("register");
-        if (!failure) current = afterRegister;
-        return failure;
-    }
+    std::optional<std::string> registerItem() override { return change("register", registered); }
     std::optional<std::string> unregisterItem() override {
-        calls.push_back("unregister");
-        if (!failure) current = Status::notRegistered;
+        return change("unregister", Status::notRegistered);
+    }
+    std::optional<std::string> change(const std::string& call, Status after) {
+        calls += call;
+        if (!failure) current = after;
         return failure;
     }
 };
 
 TEST(LoginItemSwitchTest, ChangesTheRegistrationOnlyWhenItMustAndShowsTheTruth) {
     using Status = LoginItemManaging::Status;
+    using enum LoginItemState;
     struct Case {
         const char* name;
-        bool canRegister;
         Status before;
         bool on;
-        std::optional<std::string> failure;
-        Status afterRegister;
-        std::vector<std::string> calls;
+        Status registered;
+        std::string calls;
         LoginItemState state;
-        std::optional<std::string> error;
     };
     const std::vector<Case> cases = {
-        {"on", true, Status::notRegistered, true, {}, Status::enabled, {"register"},
-         LoginItemState::on, {}},
-        {"already on", true, Status::enabled, true, {}, Status::enabled, {}, LoginItemState::on,
-         {}},
-        {"already off", true, Status::notFound, false, {}, Status::enabled, {},
-         LoginItemState::off, {}},
-        {"off", true, Status::enabled, false, {}, Status::enabled, {"unregister"},
-         LoginItemState::off, {}},
-        {"awaiting the user's approval", true, Status::notRegistered, true, {},
-         Status::requiresApproval, {"register"}, LoginItemState::needsApproval, {}},
-        {"asked again while awaiting approval", true, Status::requiresApproval, true, {},
-         Status::requiresApproval, {"register"}, LoginItemState::needsApproval, {}},
-        {"refused", true, Status::notRegistered, true, "Operation not permitted",
-         Status::enabled, {"register"}, LoginItemState::off, "Operation not permitted"},
-        {"from a place that cannot register", false, Status::enabled, false, {},
-         Status::enabled, {}, LoginItemState::unavailable, {}},
+        {"on", Status::notRegistered, true, Status::enabled, "register", on},
+        {"already on", Status::enabled, true, Status::enabled, "", on},
+        {"already off", Status::notFound, false, Status::enabled, "", off},
+        {"off", Status::enabled, false, Status::enabled, "unregister", off},
+        {"awaiting approval", Status::notRegistered, true, Status::requiresApproval, "register",
+         needsApproval},
+        {"asked again", Status::requiresApproval, true, Status::requiresApproval, "register",
+         needsApproval},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         FakeLoginItem service;
         service.current = c.before;
-        service.failure = c.failure;
-        service.afterRegister = c.afterRegister;
-        LoginItemSwitch item(service, c.canRegister);
+        service.registered = c.registered;
+        LoginItemSwitch item(service, true);
         item.setOpenAtLogin(c.on);
         EXPECT_EQ(service.calls, c.calls);
         EXPECT_EQ(item.state(), c.state);
-        EXPECT_EQ(item.error(), c.error);
+        EXPECT_EQ(item.error(), std::nullopt);
     }
+    FakeLoginItem refusing;
+    refusing.failure = "Operation not permitted";
+    LoginItemSwitch refused(refusing, true);
+    refused.setOpenAtLogin(true);
+    EXPECT_EQ(refused.state(), off);
+    EXPECT_EQ(refused.error(), "Operation not permitted");
+    LoginItemSwitch elsewhere(refusing, false);
+    elsewhere.setOpenAtLogin(true);
+    EXPECT_EQ(elsewhere.state(), unavailable);
+    EXPECT_EQ(refusing.calls, "register");
 }
 
 TEST(AgentRuleTest, AutomaticLeavesNoEntryBehind) {
-    DetectionSettings settings;
-    settings = settings.withRule("claude", AgentRule::ignore);
-    settings = settings.withRule("codex", AgentRule::alwaysWorkingWhileOpen);
-    EXPECT_EQ(settings.rule("claude"), AgentRule::ignore);
-    settings = settings.withRule("claude", AgentRule::automatic);
+    auto settings = AgentRules::withRule({}, "claude", AgentRule::ignore);
+    settings = AgentRules::withRule(settings, "codex", AgentRule::ignore);
+    settings = AgentRules::withRule(settings, "claude", AgentRule::automatic);
     EXPECT_EQ(settings.agentRules,
-              (std::map<std::string, AgentRule>{{"codex", AgentRule::alwaysWorkingWhileOpen}}));
+              (std::map<std::string, AgentRule>{{"codex", AgentRule::ignore}}));
 }
 
-class FakeHostFinder final : public AgentHostFinding {
+// Finds application 40, "Terminal", for pid 812 only; brings anything forward.
+class FakeHostFinder final : public AgentHostFinding, public ProcessCensusing {
 public:
-    std::map<std::int32_t, AgentHost> hostOf;
-    std::vector<std::vector<std::int32_t>> asked;
-    std::vector<std::int32_t> broughtForward;
+    std::vector<std::int32_t> asked, broughtForward;
+    std::optional<ProcessInfoRow> running;
 
     std::vector<std::optional<AgentHost>> hosts(
         const std::vector<AgentHostRequest>& requests) override {
         std::vector<std::optional<AgentHost>> found;
-        asked.emplace_back();
         for (const auto& request : requests) {
-            asked.back().push_back(request.pid);
-            auto host = hostOf.find(request.pid);
-            found.push_back(host == hostOf.end() ? std::nullopt : std::optional(host->second));
+            asked.push_back(request.pid);
+            if (request.pid == 812)
+                found.push_back(AgentHost{.appPid = 40, .name = "Terminal"});
+            else
+                found.push_back(std::nullopt);
         }
         return found;
     }
@@ -161,51 +159,35 @@ public:
     std::vector<std::optional<std::int32_t>> owners(const std::vector<std::int32_t>&) override {
         return {};
     }
-};
-
-class OneRowCensus final : public ProcessCensusing {
-public:
-    std::optional<ProcessInfoRow> running;
     std::optional<std::vector<ProcessInfoRow>> snapshot() override { return std::nullopt; }
-    std::optional<ProcessInfoRow> row(int32_t pid) override {
-        if (running && running->pid == pid) return running;
-        return std::nullopt;
-    }
+    std::optional<ProcessInfoRow> row(int32_t) override { return running; }
 };
 
 TEST(AgentHostActionsTest, GoesToTheSessionsApplicationElseTheOneItRanIn) {
     FakeHostFinder finder;
-    finder.hostOf = {{812, {.appPid = 40, .name = "Terminal"}}};
-    OneRowCensus census;
-    AgentHostActions actions(&finder, census);
+    AgentHostActions actions(&finder, finder);
     std::vector<AgentReading> readings = {
         testing::readingOf("claude", "Claude Code", {812, 100.5}, ReportedState::working),
         testing::readingOf("codex", "Codex", {900, 200}, ReportedState::working)};
-
     actions.refreshAgentHosts(readings, false);
     actions.refreshAgentHosts(readings, false);
-    EXPECT_EQ(finder.asked, (std::vector<std::vector<std::int32_t>>{{812, 900}}));
+    EXPECT_EQ(finder.asked, (std::vector{812, 900}));
     EXPECT_EQ(actions.agentHosts(),
               (std::unordered_map<ProcessIdentity, std::optional<std::string>>{
                   {{812, 100.5}, "Terminal"}, {{900, 200}, std::nullopt}}));
 
+    // What the census finds under pid 812 when its notice is clicked.
     struct Case {
-        const char* name;
-        std::optional<ProcessInfoRow> running;  // what the census finds under pid 812
+        std::optional<ProcessInfoRow> running;
         std::optional<std::int32_t> owner;
         std::vector<std::int32_t> broughtForward;
     };
-    const std::vector<Case> cases = {
-        {"the same process", ProcessInfoRow{.pid = 812, .startTime = 100.5004}, 77, {40}},
-        {"its pid reused", ProcessInfoRow{.pid = 812, .startTime = 300}, 77, {77}},
-        {"gone, with no application known", std::nullopt, std::nullopt, {}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& c : {Case{ProcessInfoRow{.pid = 812, .startTime = 100.5004}, 77, {40}},
+                          Case{ProcessInfoRow{.pid = 812, .startTime = 300}, 77, {77}},
+                          Case{std::nullopt, std::nullopt, {}}}) {
         finder.broughtForward.clear();
-        census.running = c.running;
-        bool went = actions.open({{812, 100.5}, c.owner}, readings);
-        EXPECT_EQ(went, !c.broughtForward.empty());
+        finder.running = c.running;
+        EXPECT_EQ(actions.open({{812, 100.5}, c.owner}, readings), !c.broughtForward.empty());
         EXPECT_EQ(finder.broughtForward, c.broughtForward);
     }
 }

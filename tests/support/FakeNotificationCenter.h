@@ -14,18 +14,15 @@ namespace vigilmoth::testing {
 class FakeNotificationCenter final : public NotificationCentering {
 public:
     NotificationAllowance allowance{NotificationAllowance::Status::authorized, true, true, true};
-    std::optional<NotificationError> authorizationError;
     std::optional<NotificationError> addError;
     bool holdAnswers = false;
 
     std::vector<NotificationRequest> added;
     std::vector<std::string> removed;
-    int authorizations = 0;
     std::function<void(const nlohmann::json&, double)> click;
 
     void requestAuthorization(Done done) override {
-        ++authorizations;
-        later([this, done] { done(authorizationError); });
+        later([done] { done(std::nullopt); });
     }
     void readSettings(std::function<void(NotificationAllowance)> done) override {
         later([this, done] { done(allowance); });

@@ -55,8 +55,8 @@ constexpr std::array knownHosts{
 };
 
 // Owners of a terminal that are no application to bring forward.
-constexpr std::array notHosts{"sshd"sv, "sshd-session"sv, "mosh-server"sv, "login"sv,
-                              "agetty"sv, "script"sv, "sudo"sv, "su"sv};
+constexpr std::array notHosts{"sshd"sv,   "sshd-session"sv, "mosh-server"sv, "login"sv,
+                              "agetty"sv, "script"sv,       "sudo"sv,        "su"sv};
 
 std::optional<std::string_view> knownName(const ProcessInfoRow& row) {
     auto name = AgentHostResolver::baseName(row.executablePath);
@@ -117,8 +117,9 @@ std::vector<std::optional<AgentHost>> SystemAgentHosts::hosts(
 }
 
 bool SystemAgentHosts::bringForward(std::int32_t appPid) {
-    Logger("AgentHosts").info("cannot bring pid " + std::to_string(appPid) +
-                              " forward: not supported on this desktop");
+    Logger("AgentHosts")
+        .info("cannot bring pid " + std::to_string(appPid) +
+              " forward: not supported on this desktop");
     return false;
 }
 

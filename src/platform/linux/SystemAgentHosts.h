@@ -18,8 +18,7 @@ public:
     // Raising another program's window needs the desktop's own protocol, which the Linux
     // shell does not speak yet: answers false.
     bool bringForward(std::int32_t appPid) override;
-    std::vector<std::optional<std::int32_t>> owners(
-        const std::vector<std::int32_t>& pids) override;
+    std::vector<std::optional<std::int32_t>> owners(const std::vector<std::int32_t>& pids) override;
 
 private:
     std::optional<ProcessTable> table();

@@ -73,15 +73,15 @@ void onMain(void (^block)(void)) {
        willPresentNotification:(UNNotification*)notification
          withCompletionHandler:(void (^)(UNNotificationPresentationOptions))completionHandler {
     completionHandler(UNNotificationPresentationOptionBanner |
-                      UNNotificationPresentationOptionList |
-                      UNNotificationPresentationOptionSound);
+                      UNNotificationPresentationOptionList | UNNotificationPresentationOptionSound);
 }
 
 - (void)userNotificationCenter:(UNUserNotificationCenter*)center
     didReceiveNotificationResponse:(UNNotificationResponse*)notificationResponse
              withCompletionHandler:(void (^)(void))completionHandler {
     double uptime = static_cast<double>(NSProcessInfo.processInfo.systemUptime);
-    nlohmann::json info = vigilmoth::json(notificationResponse.notification.request.content.userInfo);
+    nlohmann::json info =
+        vigilmoth::json(notificationResponse.notification.request.content.userInfo);
     VigilmothNotificationDelegate* delegate = [self retain];
     vigilmoth::onMain(^{
       if (delegate->response) delegate->response(info, uptime);
@@ -125,16 +125,18 @@ void SystemNotificationCenter::readSettings(std::function<void(NotificationAllow
         getNotificationSettingsWithCompletionHandler:^(UNNotificationSettings* settings) {
           NotificationAllowance allowance;
           switch (settings.authorizationStatus) {
-          case UNAuthorizationStatusDenied:
-              allowance.status = NotificationAllowance::Status::denied;
-              break;
-          case UNAuthorizationStatusAuthorized:
-              allowance.status = NotificationAllowance::Status::authorized;
-              break;
-          case UNAuthorizationStatusProvisional:
-              allowance.status = NotificationAllowance::Status::provisional;
-              break;
-          default: allowance.status = NotificationAllowance::Status::notDetermined; break;
+              case UNAuthorizationStatusDenied:
+                  allowance.status = NotificationAllowance::Status::denied;
+                  break;
+              case UNAuthorizationStatusAuthorized:
+                  allowance.status = NotificationAllowance::Status::authorized;
+                  break;
+              case UNAuthorizationStatusProvisional:
+                  allowance.status = NotificationAllowance::Status::provisional;
+                  break;
+              default:
+                  allowance.status = NotificationAllowance::Status::notDetermined;
+                  break;
           }
           allowance.banners = settings.alertStyle == UNAlertStyleBanner;
           allowance.sound = settings.soundSetting == UNNotificationSettingEnabled;
@@ -155,18 +157,18 @@ void SystemNotificationCenter::add(const NotificationRequest& request, Done done
     if (request.sound) content.sound = UNNotificationSound.defaultSound;
     if (!request.userInfo.is_null()) content.userInfo = dictionary(request.userInfo);
     // No trigger: delivered now.
-    UNNotificationRequest* made = [UNNotificationRequest requestWithIdentifier:text(request.identifier)
-                                                                       content:content
-                                                                       trigger:nil];
+    UNNotificationRequest* made =
+        [UNNotificationRequest requestWithIdentifier:text(request.identifier)
+                                             content:content
+                                             trigger:nil];
     [content release];
-    [UNUserNotificationCenter.currentNotificationCenter
-        addNotificationRequest:made
-         withCompletionHandler:^(NSError* error) {
-           auto failure = errorOf(error);
-           onMain(^{
-             done(failure);
-           });
-         }];
+    [UNUserNotificationCenter.currentNotificationCenter addNotificationRequest:made
+                                                         withCompletionHandler:^(NSError* error) {
+                                                           auto failure = errorOf(error);
+                                                           onMain(^{
+                                                             done(failure);
+                                                           });
+                                                         }];
 }
 
 void SystemNotificationCenter::removeDelivered(const std::vector<std::string>& identifiers) {

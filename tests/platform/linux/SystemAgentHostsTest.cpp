@@ -81,7 +81,9 @@ TEST(SystemAgentHostsTest, FindsTheApplicationThatOwnsTheAgentsTerminal) {
          {process(10, 2, "/usr/bin/alacritty"), process(100, 10, "/opt/agent/agent", 5)},
          AgentDefinition::Kind::desktop,
          AgentHost{.appPid = 10, .name = "Alacritty"}},
-        {"the agent has gone", {process(10, 2, "/usr/bin/xterm")}, AgentDefinition::Kind::cli,
+        {"the agent has gone",
+         {process(10, 2, "/usr/bin/xterm")},
+         AgentDefinition::Kind::cli,
          std::nullopt},
     };
     for (const auto& c : cases) {
@@ -122,8 +124,8 @@ TEST(SystemAgentHostsTest, FindsTheHostsOfRealProcesses) {
     });
     SystemProcessCensus census;
     SystemAgentHosts hosts(census);
-    auto found = hosts.hosts({{tree.pid(3), AgentDefinition::Kind::cli},
-                              {tree.pid(13), AgentDefinition::Kind::cli}});
+    auto found = hosts.hosts(
+        {{tree.pid(3), AgentDefinition::Kind::cli}, {tree.pid(13), AgentDefinition::Kind::cli}});
     ASSERT_EQ(found.size(), 2u);
     ASSERT_TRUE(found[0]);
     EXPECT_EQ(found[0]->appPid, tree.pid(1));
