@@ -16,8 +16,8 @@ AgentNoticeContent content(const std::string& key, const std::string& id) {
     return {.id = id,
             .key = key,
             .title = "Claude Code finished",
-            .agent = ProcessIdentity{812, 1767225000.25},
-            .ownerPid = 77};
+            .ownerPid = 77,
+            .agent = ProcessIdentity{812, 1767225000.25}};
 }
 
 class NotifierTest : public ::testing::Test {

@@ -78,7 +78,8 @@ protected:
     testing::FakeNotificationCenter center;
     Notifier notifier{center};
     FakeHosts hosts;
-    AgentNoticeSituation situation{.settings = {.waiting = true, .finished = true}};
+    AgentNoticeSituation situation{
+        .settings = {.waiting = true, .finished = true, .onlyWhenAway = false}};
     std::vector<std::string> posted;
     AggregatorNotices notices{
         {.notifier = &notifier,

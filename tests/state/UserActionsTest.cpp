@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "base/Log.h"
 #include "hooks/install/SystemHookFileAccess.h"
 #include "state/AgentHostActions.h"
 #include "state/AgentRules.h"
