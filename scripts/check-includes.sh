@@ -31,7 +31,7 @@ evidence:       catalog base
 catalog:        base
 base:
 platform/linux: platform/posix notices power display evidence catalog base
-platform/macos: platform/posix notices power display evidence catalog base
+platform/macos: platform/posix state notices power display evidence catalog base
 platform/posix: notices power display evidence catalog base
 '
 

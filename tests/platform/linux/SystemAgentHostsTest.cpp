@@ -73,18 +73,10 @@ TEST(SystemAgentHostsTest, FindsTheApplicationThatOwnsTheAgentsTerminal) {
           process(1, 0, "/usr/bin/kitty")},
          AgentDefinition::Kind::cli,
          std::nullopt},
-        {"a process that is its own parent ends the walk",
-         {process(11, 11, "/bin/bash", 5), process(100, 11, "/usr/bin/node", 5)},
-         AgentDefinition::Kind::cli,
-         std::nullopt},
         {"a desktop agent's host carries no terminal",
          {process(10, 2, "/usr/bin/alacritty"), process(100, 10, "/opt/agent/agent", 5)},
          AgentDefinition::Kind::desktop,
          AgentHost{.appPid = 10, .name = "Alacritty"}},
-        {"the agent has gone",
-         {process(10, 2, "/usr/bin/xterm")},
-         AgentDefinition::Kind::cli,
-         std::nullopt},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -101,26 +93,12 @@ TEST(SystemAgentHostsTest, FindsTheApplicationThatOwnsTheAgentsTerminal) {
     }
 }
 
-TEST(SystemAgentHostsTest, AnUnreadableProcessTableGivesNoHosts) {
-    class Unreadable final : public ProcessCensusing {
-        std::optional<std::vector<ProcessInfoRow>> snapshot() override { return std::nullopt; }
-        std::optional<ProcessInfoRow> row(int32_t) override { return std::nullopt; }
-    } census;
-    SystemAgentHosts hosts(census);
-    EXPECT_EQ(hosts.hosts({{100, AgentDefinition::Kind::cli}}),
-              std::vector<std::optional<AgentHost>>{std::nullopt});
-}
-
 TEST(SystemAgentHostsTest, FindsTheHostsOfRealProcesses) {
-    // Claude Code as captured (its shell, its native binary) under a terminal and an editor.
+    // Claude Code as captured (its shell, its native binary) under a terminal.
     testing::ProcessTree tree({
         {1, -1, "bin/gnome-terminal-server", {"/usr/libexec/gnome-terminal-server"}},
         {2, 1, "bin/bash", {"bash", "--noprofile", "--norc"}},
         {3, 2, "bin/claude.exe", {"claude"}},
-        {10, -1, "bin/code", {"/usr/share/code/code"}},
-        {11, 10, "bin/code", {"/usr/share/code/code", "--type=utility"}},
-        {12, 11, "bin/bash", {"/bin/bash", "--init-file", "shellIntegration-bash.sh"}},
-        {13, 12, "bin/claude.exe", {"claude"}},
     });
     SystemProcessCensus census;
     SystemAgentHosts hosts(census);
