@@ -115,7 +115,8 @@ typedef NS_OPTIONS(NSUInteger, UNNotificationPresentationOptions) {
 // userNotificationCenter(_:willPresent:withCompletionHandler:)
 - (void)userNotificationCenter:(UNUserNotificationCenter*)center
        willPresentNotification:(UNNotification*)notification
-         withCompletionHandler:(void (^)(UNNotificationPresentationOptions options))completionHandler;
+         withCompletionHandler:
+             (void (^)(UNNotificationPresentationOptions options))completionHandler;
 // userNotificationCenter(_:didReceive:withCompletionHandler:)
 - (void)userNotificationCenter:(UNUserNotificationCenter*)center
     didReceiveNotificationResponse:(UNNotificationResponse*)response
