@@ -66,8 +66,9 @@ public:
     }
 
     std::string name(const ProcessInfoRow& app) override {
-        return text(
-            [NSRunningApplication runningApplicationWithProcessIdentifier:app.pid].localizedName);
+        NSRunningApplication* running =
+            [NSRunningApplication runningApplicationWithProcessIdentifier:app.pid];
+        return text(running.localizedName);
     }
 
 private:
