@@ -16,7 +16,8 @@ app/macos:      *
 app/posix:      *
 hook:           platform/linux platform/macos platform/posix hooks/runtime hooks evidence catalog base
 helper:         platform/macos
-lab:            ui notices decision power display hooks/install hooks/json hooks evidence catalog base
+lab:            state ui notices decision power display hooks/install hooks/json hooks evidence catalog base
+state:          ui notices decision power display hooks/install hooks/json hooks evidence catalog base
 ui:             notices decision power display hooks/install hooks/json hooks evidence catalog base
 notices:        decision power display evidence catalog base
 decision:       power display evidence catalog base
@@ -30,7 +31,7 @@ evidence:       catalog base
 catalog:        base
 base:
 platform/linux: platform/posix notices power display evidence catalog base
-platform/macos: platform/posix notices power display evidence catalog base
+platform/macos: platform/posix state notices power display evidence catalog base
 platform/posix: notices power display evidence catalog base
 '
 

@@ -5,7 +5,7 @@
 #include <unordered_map>
 
 #include "lab/LabReplay.h"
-#include "notices/AgentNoticeReducer.h"
+#include "notices/AgentNoticeFeed.h"
 
 namespace vigilmoth::LabNotices {
 namespace {
@@ -93,15 +93,14 @@ void reportGone(const SessionTable& left, Date now, Log& log) {
     }
 }
 
-// Both kinds on, the user away and the product on, so that every notice the rules could
-// produce shows, whatever the user's own settings are.
-AgentNoticeInput replayInput(const LabStep& step) {
-    AgentNoticeInput input;
-    input.readings = step.readings;
-    input.userActive = false;
-    input.settings = AgentNoticeSettings{.waiting = true, .finished = true, .onlyWhenAway = false};
-    input.active = true;
-    return input;
+// The replay's steps through the notice feed, as the live aggregator feeds it; `visit` sees
+// each step with what the feed answered.
+template <typename Visit>
+void replay(const std::vector<LabStep>& steps, Visit visit) {
+    AgentNoticeFeed feed;
+    for (const auto& step : steps) {
+        visit(step, feed.feed(step.readings, step.at, AgentNoticeFeed::Conditions::replay()));
+    }
 }
 
 }  // namespace
@@ -112,21 +111,31 @@ std::vector<std::string> lines(const LabRecording& recording,
     if (steps.empty()) return {};
     Log log(steps.front().at);
     SessionTable previous;
-    AgentNoticeReducer reducer;
-    for (size_t index = 0; index < steps.size(); ++index) {
-        const auto& step = steps[index];
+    bool first = true;
+    replay(steps, [&](const LabStep& step, const AgentNoticeFeed::Step& fed) {
         SessionTable current;
         for (const auto& reading : step.readings) {
-            followReading(reading, index == 0, step.at, previous, current, log);
+            followReading(reading, first, step.at, previous, current, log);
         }
+        first = false;
         reportGone(previous, step.at, log);
         previous = std::move(current);
-        reducer.update(step.at, replayInput(step));
-        for (const auto& decision : reducer.decisions) {
+        for (const auto& decision : fed.decisions) {
             log.add(step.at, "    " + decision.logLine());
         }
-    }
+    });
     return log.take();
+}
+
+std::vector<TimedNotice> notices(const LabRecording& recording,
+                                 const std::optional<DetectionSettings>& settings) {
+    std::vector<TimedNotice> told;
+    replay(LabReplay::steps(recording, settings, std::nullopt),
+           [&](const LabStep& step, const AgentNoticeFeed::Step& fed) {
+               for (const auto& notice : fed.due)
+                   told.push_back({step.at, notice});
+           });
+    return told;
 }
 
 std::string report(const LabRecording& recording) {

@@ -6,6 +6,7 @@
 
 #include "decision/DetectionSettings.h"
 #include "lab/LabFormat.h"
+#include "notices/AgentNotice.h"
 
 namespace vigilmoth {
 
@@ -19,6 +20,18 @@ std::string report(const LabRecording& recording);
 // stamped with the seconds since the first step.
 std::vector<std::string> lines(const LabRecording& recording,
                                const std::optional<DetectionSettings>& settings);
+
+struct TimedNotice {
+    Date at;
+    AgentNotice notice;
+
+    bool operator==(const TimedNotice&) const = default;
+};
+
+// The notices the replay's reducer found due, with the step at which each fell due; the report
+// shows them as its "fired" lines.
+std::vector<TimedNotice> notices(const LabRecording& recording,
+                                 const std::optional<DetectionSettings>& settings);
 
 }  // namespace LabNotices
 }  // namespace vigilmoth

@@ -39,4 +39,9 @@ AgentNoticeContent content(const AgentNotice& notice, const SleepOutlook& outloo
     return content;
 }
 
+std::string skippedTitle(AgentNoticeKind kind) {
+    return kind == AgentNoticeKind::waiting ? "An agent started to wait for you"
+                                            : "An agent finished";
+}
+
 }  // namespace vigilmoth::AgentNoticeText

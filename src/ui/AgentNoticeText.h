@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "base/Date.h"
 #include "base/MachineWord.h"
 #include "decision/SleepOutlook.h"
@@ -11,5 +13,8 @@ namespace vigilmoth::AgentNoticeText {
 // wait.
 AgentNoticeContent content(const AgentNotice& notice, const SleepOutlook& outlook, Date now,
                            MachineWord machine = kMachineWord);
+
+// The history's title of a notice that was not posted.
+std::string skippedTitle(AgentNoticeKind kind);
 
 }  // namespace vigilmoth::AgentNoticeText

@@ -11,16 +11,74 @@ typedef NS_OPTIONS(NSUInteger, UNAuthorizationOptions) {
     UNAuthorizationOptionAlert = 1 << 2,
 };
 
+// UNAuthorizationStatus
+typedef NS_ENUM(NSInteger, UNAuthorizationStatus) {
+    UNAuthorizationStatusNotDetermined = 0,
+    UNAuthorizationStatusDenied,
+    UNAuthorizationStatusAuthorized,
+    UNAuthorizationStatusProvisional,
+};
+
+// UNNotificationSetting
+typedef NS_ENUM(NSInteger, UNNotificationSetting) {
+    UNNotificationSettingNotSupported = 0,
+    UNNotificationSettingDisabled,
+    UNNotificationSettingEnabled,
+};
+
+// UNAlertStyle
+typedef NS_ENUM(NSInteger, UNAlertStyle) {
+    UNAlertStyleNone = 0,
+    UNAlertStyleBanner,
+    UNAlertStyleAlert,
+};
+
+// UNNotificationPresentationOptions
+typedef NS_OPTIONS(NSUInteger, UNNotificationPresentationOptions) {
+    UNNotificationPresentationOptionBadge = 1 << 0,
+    UNNotificationPresentationOptionSound = 1 << 1,
+    UNNotificationPresentationOptionList = 1 << 3,
+    UNNotificationPresentationOptionBanner = 1 << 4,
+};
+
+// UNNotificationSettings
+@interface UNNotificationSettings : NSObject
+// authorizationStatus
+@property(readonly) UNAuthorizationStatus authorizationStatus;
+// soundSetting
+@property(readonly) UNNotificationSetting soundSetting;
+// notificationCenterSetting
+@property(readonly) UNNotificationSetting notificationCenterSetting;
+// alertStyle
+@property(readonly) UNAlertStyle alertStyle;
+@end
+
+// UNNotificationSound
+@interface UNNotificationSound : NSObject
+// default
++ (UNNotificationSound*)defaultSound;
+@end
+
 // UNNotificationContent
 @interface UNNotificationContent : NSObject
+// userInfo
+@property(readonly, copy) NSDictionary* userInfo;
 @end
 
 // UNMutableNotificationContent
 @interface UNMutableNotificationContent : UNNotificationContent
 // title
 @property(copy) NSString* title;
+// subtitle
+@property(copy) NSString* subtitle;
 // body
 @property(copy) NSString* body;
+// threadIdentifier
+@property(copy) NSString* threadIdentifier;
+// sound
+@property(copy) UNNotificationSound* sound;
+// userInfo
+@property(copy) NSDictionary* userInfo;
 @end
 
 // UNNotificationTrigger
@@ -33,6 +91,36 @@ typedef NS_OPTIONS(NSUInteger, UNAuthorizationOptions) {
 + (instancetype)requestWithIdentifier:(NSString*)identifier
                               content:(UNNotificationContent*)content
                               trigger:(UNNotificationTrigger*)trigger;
+// content
+@property(readonly, copy) UNNotificationContent* content;
+@end
+
+// UNNotification
+@interface UNNotification : NSObject
+// request
+@property(readonly, copy) UNNotificationRequest* request;
+@end
+
+// UNNotificationResponse
+@interface UNNotificationResponse : NSObject
+// notification
+@property(readonly, copy) UNNotification* notification;
+@end
+
+@class UNUserNotificationCenter;
+
+// UNUserNotificationCenterDelegate
+@protocol UNUserNotificationCenterDelegate <NSObject>
+@optional
+// userNotificationCenter(_:willPresent:withCompletionHandler:)
+- (void)userNotificationCenter:(UNUserNotificationCenter*)center
+       willPresentNotification:(UNNotification*)notification
+         withCompletionHandler:
+             (void (^)(UNNotificationPresentationOptions options))completionHandler;
+// userNotificationCenter(_:didReceive:withCompletionHandler:)
+- (void)userNotificationCenter:(UNUserNotificationCenter*)center
+    didReceiveNotificationResponse:(UNNotificationResponse*)response
+             withCompletionHandler:(void (^)(void))completionHandler;
 @end
 
 // UNUserNotificationCenter
@@ -45,4 +133,11 @@ typedef NS_OPTIONS(NSUInteger, UNAuthorizationOptions) {
 // add(_:withCompletionHandler:)
 - (void)addNotificationRequest:(UNNotificationRequest*)request
          withCompletionHandler:(void (^)(NSError* error))completionHandler;
+// getNotificationSettings(completionHandler:)
+- (void)getNotificationSettingsWithCompletionHandler:
+    (void (^)(UNNotificationSettings* settings))completionHandler;
+// removeDeliveredNotifications(withIdentifiers:)
+- (void)removeDeliveredNotificationsWithIdentifiers:(NSArray*)identifiers;
+// delegate
+@property(weak) id<UNUserNotificationCenterDelegate> delegate;
 @end

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "notices/HiddenNotice.h"
+#include "ui/MachineWord.h"
+
+namespace vigilmoth::HiddenNoticeText {
+
+std::string text(HiddenNotice notice, MachineWord machine = kMachineWord);
+
+}  // namespace vigilmoth::HiddenNoticeText

@@ -1,0 +1,174 @@
+// Show the user's actions that every platform has: the hook switches over real files in a
+// temporary home, the login item's switch, and going to an agent's window.
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "base/Log.h"
+#include "hooks/install/SystemHookFileAccess.h"
+#include "state/AgentHostActions.h"
+#include "state/HookActions.h"
+#include "state/LoginItem.h"
+#include "support/DecisionBuilders.h"
+#include "support/TestSupport.h"
+
+namespace vigilmoth {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(HookActionsTest, KeepsEachEntrysStatusAndLastFailure) {
+    setLogSink([](LogLevel, std::string_view, std::string_view) {});
+    testing::TemporaryFolder home;
+    SystemHookFileAccess files;
+    HookInstaller installer(
+        {home.path().string(), "/opt/vigilmoth", (home.path() / ".local/share/vigilmoth").string()},
+        [] { return Date(1767225600); }, files);
+    HookActions actions(installer);
+    const auto& claude = *HookCatalog::entry("claude");
+    auto settings = home.path() / ".claude/settings.json";
+    using enum HookStatus::Kind;
+    // Each step: what the settings file holds (none: left as it is), the switch, the status.
+    const std::vector<std::tuple<std::optional<std::string>, bool, HookStatus::Kind>> steps = {
+        {std::nullopt, true, configMissing},
+        {"{\"hooks\": ", true, unreadable},
+        {"{}\n", true, installed},
+        {std::nullopt, false, notInstalled}};
+    for (const auto& [contents, on, status] : steps) {
+        if (contents) {
+            fs::create_directories(settings.parent_path());
+            testing::writeFile(settings, *contents);
+        }
+        actions.setHooks(claude, on);
+        EXPECT_EQ(actions.hookStatuses().at("claude").kind, status);
+        EXPECT_EQ(actions.hookStatuses().size(), HookCatalog::entries().size());
+        // A failure's sentence stays until the next change succeeds.
+        EXPECT_EQ(actions.hookErrors().contains("claude"), status != installed && on);
+    }
+    setLogSink(writeLogLineToStandardError);
+}
+
+class FakeLoginItem final : public LoginItemManaging {
+public:
+    Status current = Status::notRegistered;
+    // What a registration leads to, and the failure it reports instead.
+    Status registered = Status::enabled;
+    std::optional<std::string> failure;
+    std::string calls;
+
+    Status status() override { return current; }
+    std::optional<std::string> registerItem() override { return change("register", registered); }
+    std::optional<std::string> unregisterItem() override {
+        return change("unregister", Status::notRegistered);
+    }
+    std::optional<std::string> change(const std::string& call, Status after) {
+        calls += call;
+        if (!failure) current = after;
+        return failure;
+    }
+};
+
+TEST(LoginItemSwitchTest, ChangesTheRegistrationOnlyWhenItMustAndShowsTheTruth) {
+    using Status = LoginItemManaging::Status;
+    using enum LoginItemState;
+    struct Case {
+        const char* name;
+        Status before;
+        bool on;
+        Status registered;
+        std::string calls;
+        LoginItemState state;
+    };
+    const std::vector<Case> cases = {
+        {"on", Status::notRegistered, true, Status::enabled, "register", on},
+        {"already on", Status::enabled, true, Status::enabled, "", on},
+        {"already off", Status::notFound, false, Status::enabled, "", off},
+        {"off", Status::enabled, false, Status::enabled, "unregister", off},
+        {"awaiting approval", Status::notRegistered, true, Status::requiresApproval, "register",
+         needsApproval},
+        {"asked again", Status::requiresApproval, true, Status::requiresApproval, "register",
+         needsApproval},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakeLoginItem service;
+        service.current = c.before;
+        service.registered = c.registered;
+        LoginItemSwitch item(service, true);
+        item.setOpenAtLogin(c.on);
+        EXPECT_EQ(service.calls, c.calls);
+        EXPECT_EQ(item.state(), c.state);
+        EXPECT_EQ(item.error(), std::nullopt);
+    }
+    FakeLoginItem refusing;
+    refusing.failure = "Operation not permitted";
+    LoginItemSwitch refused(refusing, true);
+    refused.setOpenAtLogin(true);
+    EXPECT_EQ(refused.state(), off);
+    EXPECT_EQ(refused.error(), "Operation not permitted");
+    LoginItemSwitch elsewhere(refusing, false);
+    elsewhere.setOpenAtLogin(true);
+    EXPECT_EQ(elsewhere.state(), unavailable);
+    EXPECT_EQ(refusing.calls, "register");
+}
+
+// Finds application 40, "Terminal", for pid 812 only; brings anything forward.
+class FakeHostFinder final : public AgentHostFinding, public ProcessCensusing {
+public:
+    std::vector<std::int32_t> asked, broughtForward;
+    std::optional<ProcessInfoRow> running;
+
+    std::vector<std::optional<AgentHost>> hosts(
+        const std::vector<AgentHostRequest>& requests) override {
+        std::vector<std::optional<AgentHost>> found;
+        for (const auto& request : requests) {
+            asked.push_back(request.pid);
+            if (request.pid == 812)
+                found.push_back(AgentHost{.appPid = 40, .name = "Terminal"});
+            else
+                found.push_back(std::nullopt);
+        }
+        return found;
+    }
+    bool bringForward(std::int32_t pid) override {
+        broughtForward.push_back(pid);
+        return true;
+    }
+    std::vector<std::optional<std::int32_t>> owners(const std::vector<std::int32_t>&) override {
+        return {};
+    }
+    std::optional<std::vector<ProcessInfoRow>> snapshot() override { return std::nullopt; }
+    std::optional<ProcessInfoRow> row(int32_t) override { return running; }
+};
+
+TEST(AgentHostActionsTest, GoesToTheSessionsApplicationElseTheOneItRanIn) {
+    FakeHostFinder finder;
+    AgentHostActions actions(&finder, finder);
+    std::vector<AgentReading> readings = {
+        testing::readingOf("claude", "Claude Code", {812, 100.5}, ReportedState::working),
+        testing::readingOf("codex", "Codex", {900, 200}, ReportedState::working)};
+    actions.refreshAgentHosts(readings, false);
+    actions.refreshAgentHosts(readings, false);
+    EXPECT_EQ(finder.asked, (std::vector{812, 900}));
+    EXPECT_EQ(actions.agentHosts(),
+              (std::unordered_map<ProcessIdentity, std::optional<std::string>>{
+                  {{812, 100.5}, "Terminal"}, {{900, 200}, std::nullopt}}));
+
+    // What the census finds under pid 812 when its notice is clicked.
+    struct Case {
+        std::optional<ProcessInfoRow> running;
+        std::optional<std::int32_t> owner;
+        std::vector<std::int32_t> broughtForward;
+    };
+    for (const auto& c : {Case{ProcessInfoRow{.pid = 812, .startTime = 100.5004}, 77, {40}},
+                          Case{ProcessInfoRow{.pid = 812, .startTime = 300}, 77, {77}},
+                          Case{std::nullopt, std::nullopt, {}}}) {
+        finder.broughtForward.clear();
+        finder.running = c.running;
+        EXPECT_EQ(actions.open({{812, 100.5}, c.owner}, readings), !c.broughtForward.empty());
+        EXPECT_EQ(finder.broughtForward, c.broughtForward);
+    }
+}
+
+}  // namespace
+}  // namespace vigilmoth
