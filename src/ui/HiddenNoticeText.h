@@ -3,7 +3,7 @@
 #include <string>
 
 #include "notices/HiddenNotice.h"
-#include "ui/MachineWord.h"
+#include "base/MachineWord.h"
 
 namespace vigilmoth::HiddenNoticeText {
 
