@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <fstream>
@@ -72,7 +73,7 @@ struct World {
         for (const char* agent : kAgents) {
             fs::copy_file("/bin/sleep", home / "bin" / agent);
             pid_t pid = spawnIn((home / "bin" / agent).string(), {agent, "600"}, project);
-            pids.push_back(pid);
+            if (pid > 0) pids.push_back(pid);
             if (std::string(agent) == "claude") {
                 fs::create_directories(home / ".claude/sessions");
                 std::ofstream(home / ".claude/sessions" / (std::to_string(pid) + ".json"))
@@ -88,8 +89,10 @@ struct World {
             << "\n";
         fs::create_directories(home / ".local/share/opencode");
         std::ofstream(home / ".local/share/opencode/opencode.db") << "db";
-        for (int count = processCount(); count < static_cast<int>(kTableSize); ++count)
-            pids.push_back(spawnIn("/bin/sleep", {"sleep", "600"}, "/"));
+        for (int count = processCount(); count < static_cast<int>(kTableSize); ++count) {
+            pid_t pid = spawnIn("/bin/sleep", {"sleep", "600"}, "/");
+            if (pid > 0) pids.push_back(pid);
+        }
     }
     ~World() {
         for (pid_t pid : pids)
@@ -145,7 +148,12 @@ void wholeTick(benchmark::State& state) {
             HoldPolicy::decide(verdicts.readings, policy, settings, situation, sample.frame.at);
         policy = std::move(outcome.memory);
         situation.previousHold = outcome.decision.hold;
-        agents = sample.frame.agents.size();
+        // Other programs' agents may run on the machine too; only the stand-ins are counted.
+        agents = static_cast<std::size_t>(std::count_if(
+            sample.frame.agents.begin(), sample.frame.agents.end(), [](const AgentEvidence& agent) {
+                return std::find(world().pids.begin(), world().pids.end(), agent.pid) !=
+                       world().pids.end();
+            }));
     };
     tick();
     for (auto _ : state)

@@ -21,7 +21,7 @@ namespace ProcessCensus {
 ChildrenIndex childrenIndex(const std::vector<ProcessInfoRow>& rows) {
     ChildrenIndex index;
     for (const auto& row : rows)
-        index[row.ppid].push_back(row);
+        index[row.ppid].push_back(&row);
     return index;
 }
 
@@ -38,8 +38,8 @@ std::vector<ProcessInfoRow> subtree(const ProcessInfoRow& root, const ChildrenIn
         result.push_back(*row);
         auto found = children.find(row->pid);
         if (found == children.end()) continue;
-        for (const auto& child : found->second)
-            if (!stoppingAt.contains(child.pid)) stack.push_back(&child);
+        for (const ProcessInfoRow* child : found->second)
+            if (!stoppingAt.contains(child->pid)) stack.push_back(child);
     }
     return result;
 }

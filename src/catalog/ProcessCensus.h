@@ -85,7 +85,9 @@ public:
 
 namespace ProcessCensus {
 
-using ChildrenIndex = std::unordered_map<int32_t, std::vector<ProcessInfoRow>>;
+// Children by parent pid, pointing into the rows the index was made of, which must outlive it:
+// copying every row of the table each tick cost more than the rest of matching.
+using ChildrenIndex = std::unordered_map<int32_t, std::vector<const ProcessInfoRow*>>;
 
 // Activity between two censuses of the same processes.
 struct Delta {
@@ -108,6 +110,7 @@ struct ParsedArguments {
 
 // Rows grouped by parent pid, each group in row order.
 ChildrenIndex childrenIndex(const std::vector<ProcessInfoRow>& rows);
+ChildrenIndex childrenIndex(const std::vector<ProcessInfoRow>&& rows) = delete;
 
 // The root and its descendants in visiting order, not descending into pids of `stoppingAt`.
 std::vector<ProcessInfoRow> subtree(const ProcessInfoRow& root, const ChildrenIndex& children,

@@ -174,30 +174,29 @@ std::optional<EvidenceSample> EvidenceCollector::unreadableTable(const SampleTim
     return bare;
 }
 
+// Updated in place: rebuilding the cache every tick, hundreds of paths and argument lists
+// moved into a new table, cost more than the matching it saves.
 EvidenceCollector::Matches EvidenceCollector::currentMatches(
     const std::vector<ProcessInfoRow>& rows, const std::vector<std::string>& userNames) {
     if (userNames != matchUserNames_) {
         matchCache_.clear();
         matchUserNames_ = userNames;
     }
-    std::unordered_map<std::int32_t, MatchEntry> cache;
-    cache.reserve(rows.size());
+    ++matchTick_;
     Matches matches;
     for (const auto& row : rows) {
-        auto cached = matchCache_.find(row.pid);
-        MatchEntry entry;
-        if (cached != matchCache_.end() && cached->second.startTime == row.startTime &&
-            cached->second.executablePath == row.executablePath &&
-            cached->second.arguments == row.arguments) {
-            entry = std::move(cached->second);
-        } else {
+        auto [cached, added] = matchCache_.try_emplace(row.pid);
+        MatchEntry& entry = cached->second;
+        if (added || entry.startTime != row.startTime ||
+            entry.executablePath != row.executablePath || entry.arguments != row.arguments) {
             entry = {row.startTime, row.executablePath, row.arguments,
                      sources_.catalog->match(row, userNames)};
         }
+        entry.tick = matchTick_;
         if (entry.match) matches.emplace(row.pid, *entry.match);
-        cache.emplace(row.pid, std::move(entry));
     }
-    matchCache_ = std::move(cache);
+    std::erase_if(matchCache_,
+                  [this](const auto& entry) { return entry.second.tick != matchTick_; });
     return matches;
 }
 

@@ -81,6 +81,8 @@ public:
         std::string executablePath;
         std::vector<std::string> arguments;
         std::optional<AgentMatch> match;
+        // The last tick whose table held the process; older entries are forgotten.
+        std::uint64_t tick = 0;
     };
 
     struct CPUSample {
@@ -155,6 +157,7 @@ private:
 
     std::unordered_map<std::int32_t, MatchEntry> matchCache_;
     std::vector<std::string> matchUserNames_;
+    std::uint64_t matchTick_ = 0;
     std::optional<SampleTime> previous_;
     std::optional<EvidenceSample> lastSample_;
     std::optional<SampleTime> lastReadableAt_;

@@ -29,6 +29,12 @@ std::vector<int32_t> pids(const std::vector<ProcessInfoRow>& rows) {
         result.push_back(row.pid);
     return result;
 }
+std::vector<int32_t> pids(const std::vector<const ProcessInfoRow*>& rows) {
+    std::vector<int32_t> result;
+    for (const auto* row : rows)
+        result.push_back(row->pid);
+    return result;
+}
 
 std::vector<std::byte> bytesOf(const std::string& text) {
     std::vector<std::byte> bytes(text.size());
@@ -37,8 +43,9 @@ std::vector<std::byte> bytesOf(const std::string& text) {
 }
 
 TEST(ProcessCensusTest, ChildrenIndexKeepsRowOrder) {
-    auto index =
-        ProcessCensus::childrenIndex({process(3, 1), process(2, 1), process(4, 3), process(1, 0)});
+    const std::vector<ProcessInfoRow> rows = {process(3, 1), process(2, 1), process(4, 3),
+                                              process(1, 0)};
+    auto index = ProcessCensus::childrenIndex(rows);
     EXPECT_EQ(pids(index.at(1)), (std::vector<int32_t>{3, 2}));
     EXPECT_EQ(pids(index.at(3)), (std::vector<int32_t>{4}));
     EXPECT_EQ(pids(index.at(0)), (std::vector<int32_t>{1}));

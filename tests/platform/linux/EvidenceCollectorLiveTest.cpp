@@ -39,6 +39,9 @@ TEST(EvidenceCollectorLiveTest, ABurningChildIsBusyAndTheOpenRolloutIsTheAgents)
     auto open = openFiles.openFilePaths(pid);
     EXPECT_NE(std::find(open.begin(), open.end(), canonical), open.end());
     EXPECT_EQ(openFiles.workingDirectory(pid), std::filesystem::canonical(project).string());
+    // Whatever the starter handed down (pipes, a terminal, a log file), only regular files count.
+    for (const auto& path : openFiles.openFilePaths(tree.pid(2)))
+        EXPECT_TRUE(std::filesystem::is_regular_file(path)) << path;
 
     auto sources = EvidenceCollector::Sources::inHome(home.path().string());
     sources.census = std::make_shared<SystemProcessCensus>();
