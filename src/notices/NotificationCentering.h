@@ -36,6 +36,8 @@ struct NotificationRequest {
     std::optional<std::string> subtitle;
     std::optional<std::string> body;
     std::string thread;
+    // The earlier notification this one takes the place of, which goes when this one comes.
+    std::optional<std::string> replaces;
     // The default sound.
     bool sound = false;
     // Where a click leads; null when the notification names no agent.

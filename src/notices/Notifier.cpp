@@ -38,12 +38,13 @@ NotificationRequest Notifier::request(const AgentNoticeContent& content) {
 
 void Notifier::post(const AgentNoticeContent& content) {
     // A session's newer notice replaces its older one in the list.
+    auto notice = request(content);
     auto earlier = lastIdentifiers_.find(content.key);
     if (earlier != lastIdentifiers_.end() && earlier->second != content.id) {
-        center_.removeDelivered({earlier->second});
+        notice.replaces = earlier->second;
     }
     lastIdentifiers_[content.key] = content.id;
-    send(request(content));
+    send(std::move(notice));
 }
 
 void Notifier::postMessage(const std::string& identifier, const std::string& text) {

@@ -79,10 +79,13 @@ TEST_F(NotifierTest, ANewerNoticeOfTheSameSessionReplacesTheOlder) {
     notifier.post(content("waiting-812", "waiting-812-1"));
     notifier.post(content("waiting-900", "waiting-900-2"));
     notifier.post(content("waiting-812", "waiting-812-3"));
-    // Posting the same id again has nothing older to remove.
+    // Posting the same id again has nothing older to replace.
     notifier.post(content("waiting-812", "waiting-812-3"));
-    EXPECT_EQ(center.removed, std::vector<std::string>{"waiting-812-1"});
-    EXPECT_EQ(center.added.size(), 4u);
+    std::vector<std::optional<std::string>> replaced;
+    for (const auto& request : center.added)
+        replaced.push_back(request.replaces);
+    EXPECT_EQ(replaced, (std::vector<std::optional<std::string>>{std::nullopt, std::nullopt,
+                                                                 "waiting-812-1", std::nullopt}));
 }
 
 TEST_F(NotifierTest, LogsTheAllowanceOncePerChange) {

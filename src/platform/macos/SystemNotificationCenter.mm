@@ -149,6 +149,7 @@ void SystemNotificationCenter::readSettings(std::function<void(NotificationAllow
 }
 
 void SystemNotificationCenter::add(const NotificationRequest& request, Done done) {
+    if (request.replaces) removeDelivered({*request.replaces});
     UNMutableNotificationContent* content = [[UNMutableNotificationContent alloc] init];
     content.title = text(request.title);
     if (request.subtitle) content.subtitle = text(*request.subtitle);
