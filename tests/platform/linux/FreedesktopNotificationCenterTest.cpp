@@ -23,17 +23,33 @@ protected:
 
     // Each Notify call the server took: replaces_id, then summary, body and actions.
     std::vector<std::pair<std::uint32_t, std::vector<std::string>>> posted() {
-        const auto listed = testing::runProcess(
-            "/usr/bin/busctl",
-            {"--address=" + bus.address().address, "--json=short", "call", Center::kService,
-             Center::kPath, "org.freedesktop.DBus.Mock", "GetMethodCalls", "s", "Notify"});
+        sd_bus_message* reply = nullptr;
+        sd_bus_call_method(bus.client(), Center::kService, Center::kPath,
+                           "org.freedesktop.DBus.Mock", "GetMethodCalls", nullptr, &reply, "s",
+                           "Notify");
+        const SdBusMessage kept(reply);
         std::vector<std::pair<std::uint32_t, std::vector<std::string>>> calls;
-        for (const auto& call : nlohmann::json::parse(listed.out)["data"][0]) {
-            const auto& arguments = call[1];
-            std::vector<std::string> texts{arguments[3]["data"], arguments[4]["data"]};
-            for (const auto& action : arguments[5]["data"])
-                texts.push_back(action);
-            calls.emplace_back(arguments[1]["data"].get<std::uint32_t>(), texts);
+        sd_bus_message_enter_container(reply, 'a', "(tav)");
+        while (sd_bus_message_enter_container(reply, 'r', "tav") > 0) {
+            std::uint32_t replaces = 0;
+            const char *summary = "", *body = "";
+            char** actions = nullptr;
+            sd_bus_message_enter_container(reply, 'a', "v");
+            sd_bus_message_read(reply, "vvvvv", "s", &body, "u", &replaces, "s", &body, "s",
+                                &summary, "s", &body);
+            sd_bus_message_enter_container(reply, 'v', "as");
+            sd_bus_message_read_strv(reply, &actions);
+            std::vector<std::string> texts{summary, body};
+            for (char** action = actions; action && *action; ++action) {
+                texts.emplace_back(*action);
+                free(*action);
+            }
+            free(actions);
+            sd_bus_message_exit_container(reply);
+            sd_bus_message_skip(reply, "vv");
+            sd_bus_message_exit_container(reply);
+            sd_bus_message_exit_container(reply);
+            calls.emplace_back(replaces, texts);
         }
         return calls;
     }
