@@ -158,13 +158,13 @@ const FrameContext kLidClosed{.onBattery = true, .batteryPercent = 60, .lidClose
 
 TEST_F(StateAggregatorTest, AgentWorksWaitsAndFinishes) {
     run({
-        {0, working, kMains, {}, {"hold vigilmoth: Claude Code is working"}},
+        {0, working, kMains, {}, {"hold vigilmoth: Claude Code is working", "flag on"}},
         {2, working, kMains, {}, {}},
-        {4, waiting, kMains, {}, {"hold vigilmoth: Claude Code is waiting"}},
+        {4, waiting, kMains, {}, {"hold vigilmoth: Claude Code is waiting for you"}},
         {6, waiting, kMains, {}, {}},
-        {8, idle, kMains, {}, {}},
+        {8, idle, kMains, {}, {"hold vigilmoth: Claude Code finished a moment ago"}},
         {10, idle, kMains, {}, {}},
-        {400, std::nullopt, kMains, {}, {"release"}},
+        {400, std::nullopt, kMains, {}, {"release", "flag off", "flag off"}},
     });
 }
 
@@ -173,10 +173,10 @@ TEST_F(StateAggregatorTest, PauseReachableAndQuit) {
     const auto reachable = [](StateAggregator& s) { s.startReachable(ReachableChoice::oneHour); };
     const auto quit = [](StateAggregator& s) { s.shutdown(); };
     run({
-        {0, working, kMains, {}, {"hold vigilmoth: Claude Code is working"}},
-        {2, working, kMains, pauseHour, {"release"}},
-        {3602, working, kMains, {}, {"hold vigilmoth: Claude Code is working"}},
-        {3604, std::nullopt, kMains, reachable, {}},
+        {0, working, kMains, {}, {"hold vigilmoth: Claude Code is working", "flag on"}},
+        {2, working, kMains, pauseHour, {"release", "flag off", "flag off"}},
+        {3602, working, kMains, {}, {"hold vigilmoth: Claude Code is working", "flag on"}},
+        {3604, std::nullopt, kMains, reachable, {"hold vigilmoth: stays reachable"}},
         {3606, std::nullopt, kMains, quit, {"flag off waiting 2", "release"}},
     });
     EXPECT_FALSE(defaults.value(defaults_keys::pausedUntil));
@@ -190,7 +190,8 @@ TEST_F(StateAggregatorTest, SafetyStops) {
          FrameContext{
              .onBattery = true, .batteryPercent = 60, .lidClosed = true, .thermalState = 3},
          {},
-         {"notify", "release", "flag off"}},
+         {"notify vigilmoth let your computer sleep because it got too hot", "release", "flag off",
+          "flag off"}},
         {4, working, FrameContext{.onBattery = true, .batteryPercent = 10}, {}, {}},
     });
 }
