@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "notices/HiddenNotice.h"
 #include "base/MachineWord.h"
+#include "notices/HiddenNotice.h"
 
 namespace vigilmoth::HiddenNoticeText {
 

@@ -8,6 +8,7 @@
 #include "state/AggregatorNotices.h"
 #include "support/DecisionBuilders.h"
 #include "support/FakeNotificationCenter.h"
+#include "support/MachineWording.h"
 #include "support/TestSupport.h"
 #include "ui/AgentNoticeText.h"
 
@@ -173,9 +174,8 @@ TEST_F(AggregatorNoticesTest, AnnouncesAHiddenNoticeOnceWhileTheIconIsHidden) {
         notices.announceHiddenNotice(steps[at].first);
         EXPECT_EQ(posted.size(), steps[at].second);
     }
-    EXPECT_EQ(posted.back(),
-              "vigilmoth cannot reach its helper. Your Mac will sleep when you "
-              "close the lid on battery.");
+    EXPECT_EQ(posted.back(), testing::worded("vigilmoth cannot reach its helper. Your Mac will "
+                                             "sleep when you close the lid on battery."));
 }
 
 TEST_F(AggregatorNoticesTest, ReadsTheSleepTimerAtMostEveryThirtySecondsOnOnePowerSource) {
