@@ -34,6 +34,8 @@ protected:
             std::uint32_t replaces = 0;
             const char *summary = "", *body = "";
             char** actions = nullptr;
+            std::uint64_t stamp = 0;
+            sd_bus_message_read(reply, "t", &stamp);
             sd_bus_message_enter_container(reply, 'a', "v");
             sd_bus_message_read(reply, "vvvvv", "s", &body, "u", &replaces, "s", &body, "s",
                                 &summary, "s", &body);
