@@ -1,15 +1,17 @@
 // Show the Linux application for real: the vigilmoth binary on a private system bus (logind) and
 // session bus (a notification server and a StatusNotifierWatcher) holds the computer while a
-// stand-in Claude Code works, tells of its waits and its finished turn, lets go after the
+// stand-in Droid works, tells of its waits and its finished turn, lets go after the
 // finished grace, shows the agent in its tray menu, pauses from a click there, sends a second
 // copy away, and leaves no lock and no tray item behind when it is told to stop.
 #include <gtest/gtest.h>
 #include <signal.h>
 
 #include <chrono>
+#include <map>
 #include <thread>
 
 #include "base/JSONCoding.h"
+#include "catalog/AgentCatalog.h"
 #include "evidence/HookStateFile.h"
 #include "platform/linux/DBusTestBus.h"
 #include "platform/linux/Logind.h"
@@ -49,12 +51,39 @@ std::string hold(sd_bus* system) {
     return "";
 }
 
-// The notices posted so far, as replaces_id and summary.
+// Droid's notices posted so far, each with the earlier one it took the place of ("new", or
+// its number in this list). The server numbers notices from 1 and a replacing notice keeps
+// the replaced one's number.
 std::vector<std::string> notices(DBusTestBus& session) {
     std::vector<std::string> posted;
-    for (const auto& [replaces, texts] : session.notifyCalls())
-        posted.push_back(std::to_string(replaces) + " " + texts.front());
+    std::map<std::uint32_t, std::size_t> ours;
+    std::uint32_t next = 1;
+    for (const auto& [replaces, texts] : session.notifyCalls()) {
+        const auto id = replaces ? replaces : next++;
+        if (texts.front().rfind("Droid ", 0) != 0) continue;
+        const auto earlier = ours.find(replaces);
+        posted.push_back(
+            (earlier == ours.end() ? std::string("new") : std::to_string(earlier->second)) + " " +
+            texts.front());
+        ours[id] = posted.size() - 1;
+    }
     return posted;
+}
+
+// The stored settings: short holds after a turn, so that the release comes within the test's
+// patience, and every agent but Droid ignored, so that stand-ins of other tests running beside
+// this one change nothing.
+std::string settings() {
+    nlohmann::json rules;
+    for (const auto& definition : AgentCatalog::standard().definitions)
+        if (definition.id != "droid") rules[definition.id] = "ignore";
+    const nlohmann::json detection = {
+        {"releaseAfterState", 2}, {"releaseAfterActivity", 2}, {"agentRules", rules}};
+    // Both notice kinds, whoever is in front.
+    return nlohmann::json{{"DetectionSettings", detection.dump()},
+                          {"AgentNotices.finished", true},
+                          {"AgentNotices.onlyWhenAway", false}}
+        .dump();
 }
 
 class LinuxApplicationTest : public ::testing::Test {
@@ -62,14 +91,7 @@ protected:
     void SetUp() override {
         system.startTemplate("logind", Logind::kService);
         session.startTemplate("notification_daemon", "org.freedesktop.Notifications");
-        session.startMock(kWatcher, kWatcherPath, kWatcher);
-        session.mock(kWatcher, kWatcherPath, "AddMethod", "sssss", "", "RegisterStatusNotifierItem",
-                     "s", "", "");
-        // Short holds after a turn, so that the release comes within the test's patience; every
-        // notice kind on, whoever is in front.
-        writeFile(home / ".config/com.vigilmoth.app/defaults.json",
-                  R"({"DetectionSettings": "{\"releaseAfterState\":2,\"releaseAfterActivity\":2}",
-                      "AgentNotices.finished": true, "AgentNotices.onlyWhenAway": false})");
+        writeFile(home / ".config/com.vigilmoth.app/defaults.json", settings());
         std::filesystem::create_directories(home / "work");
         std::filesystem::create_directories(home / "run");
         options.environment = {{"HOME", home.path().string()},
@@ -92,11 +114,11 @@ protected:
         const auto row = SystemProcessCensus().row(pid);
         ASSERT_TRUE(row);
         const HookStateFile file{HookStateFile::kVersion,
-                                 "claude",
+                                 "droid",
                                  pid,
                                  row->startTime,
                                  {{"none", {state, "Event", Date::now().secondsSince1970()}}}};
-        writeFile(home / ("hooks/" + HookStateFile::fileName("claude", pid)), file.encode());
+        writeFile(home / ("hooks/" + HookStateFile::fileName("droid", pid)), file.encode());
     }
 
     DBusTestBus system;
@@ -118,7 +140,7 @@ struct Step {
 
 TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
     startWatcher();
-    ProcessTree agent({{1, -1, "bin/claude", {"claude"}, home / "work"}});
+    ProcessTree agent({{1, -1, "bin/droid", {"droid"}, home / "work"}});
     BackgroundProcess app(VIGILMOTH_EXECUTABLE, {}, options);
     ASSERT_TRUE(app.waitForOutput("vigilmoth is running", 30)) << app.output();
     std::string item;
@@ -130,27 +152,22 @@ TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
     }));
     EXPECT_EQ(item.rfind(kItem, 0), 0u) << item;
 
-    const std::string working = "vigilmoth: Claude Code is working";
-    const std::string waiting = "vigilmoth: Claude Code is waiting for you";
-    const std::string waits = "Claude Code is waiting for you";
+    const std::string working = "vigilmoth: Droid is working";
+    const std::string waiting = "vigilmoth: Droid is waiting for you";
+    const std::string asked = "new Droid is waiting for you";
+    // The session's newer wait takes the place of the older one; its finished turn is a notice
+    // of another kind.
+    const std::string askedAgain = "0 Droid is waiting for you";
+    const std::string finished = "new Droid finished";
     const std::vector<Step> steps = {
         {"works", "working", "", working, {}},
-        {"asks", "waiting", "", waiting, {"0 " + waits}},
-        {"works on", "working", "", working, {"0 " + waits}},
-        // The session's newer wait takes the place of the older one (the server's id 1).
-        {"asks again", "waiting", "", waiting, {"0 " + waits, "1 " + waits}},
-        {"works on", "working", "", working, {"0 " + waits, "1 " + waits}},
-        {"finishes", "idle", "", "", {"0 " + waits, "1 " + waits, "0 Claude Code finished"}},
-        {"starts again",
-         "working",
-         "",
-         working,
-         {"0 " + waits, "1 " + waits, "0 Claude Code finished"}},
-        {"pauses",
-         "",
-         "Pause for 1 hour",
-         "",
-         {"0 " + waits, "1 " + waits, "0 Claude Code finished"}},
+        {"asks", "waiting", "", waiting, {asked}},
+        {"works on", "working", "", working, {asked}},
+        {"asks again", "waiting", "", waiting, {asked, askedAgain}},
+        {"works on", "working", "", working, {asked, askedAgain}},
+        {"finishes", "idle", "", "", {asked, askedAgain, finished}},
+        {"starts again", "working", "", working, {asked, askedAgain, finished}},
+        {"pauses", "", "Pause for 1 hour", "", {asked, askedAgain, finished}},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.doing);
@@ -161,10 +178,10 @@ TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
             ASSERT_TRUE(eventually([&] {
                 lines = session.menuLayout(item, "/MenuBar");
                 return std::any_of(lines.begin(), lines.end(), [](const auto& line) {
-                    return line.first.rfind("Claude Code", 0) == 0 &&
-                           line.first.find(" — Working") != std::string::npos;
+                    return line.first.rfind("Droid · work — ", 0) == 0;
                 });
-            })) << "the agent's row";
+            })) << "the agent's row among "
+                << lines.size() << " lines";
             ASSERT_TRUE(lines.contains(step.click));
             ASSERT_GE(sd_bus_call_method(session.client(), item.c_str(), "/MenuBar",
                                          "com.canonical.dbusmenu", "Event", nullptr, nullptr,
@@ -199,13 +216,15 @@ TEST_F(LinuxApplicationTest, SmokeTestReportsOnTheTraySteps) {
         std::vector<std::string> failures;
     };
     for (const auto& [watcher, status, failures] :
-         {Case{true, 0, {}}, Case{false,
-                                  1,
-                                  {"showing the menu: notRun", "no status item",
-                                   "hiding and showing the icon: notRun"}}}) {
+         {Case{false,
+               1,
+               {"showing the menu: notRun", "no status item",
+                "hiding and showing the icon: notRun"}},
+          Case{true, 0, {}}}) {
         SCOPED_TRACE(watcher);
+        // The watcher comes in the second run and stays.
         if (watcher) startWatcher();
-        ProcessTree agent({{1, -1, "bin/claude", {"claude"}, home / "work"}});
+        ProcessTree agent({{1, -1, "bin/droid", {"droid"}, home / "work"}});
         const auto result = runVigilmoth({"--smoke-test", "10"}, options);
         EXPECT_EQ(result.status, status) << result.out;
         const auto report = parseJSON(result.out);
