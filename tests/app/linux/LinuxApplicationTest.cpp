@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <thread>
@@ -25,7 +26,6 @@ using namespace testing;
 
 constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher";
 constexpr const char* kWatcherPath = "/StatusNotifierWatcher";
-constexpr const char* kItem = "org.kde.StatusNotifierItem-";
 
 bool eventually(const std::function<bool()>& done, double seconds = 60) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
@@ -36,19 +36,15 @@ bool eventually(const std::function<bool()>& done, double seconds = 60) {
     return true;
 }
 
-// vigilmoth's own locks on the private logind, as "what why mode".
-std::vector<std::string> locks(sd_bus* system) {
+// vigilmoth's blocking locks on the private logind (or all of them), as "what why", sorted:
+// logind lists them in no promised order.
+std::vector<std::string> locks(sd_bus* system, bool all = false) {
     std::vector<std::string> found;
     for (const auto& lock : Logind::listInhibitors(system))
-        if (lock.who == Logind::kWho) found.push_back(lock.what + " " + lock.why + " " + lock.mode);
+        if (lock.who == Logind::kWho && (all || lock.mode == "block"))
+            found.push_back(lock.what + " " + lock.why);
+    std::sort(found.begin(), found.end());
     return found;
-}
-
-// The reason of the hold ("" without one).
-std::string hold(sd_bus* system) {
-    for (const auto& lock : Logind::listInhibitors(system))
-        if (lock.who == Logind::kWho && lock.what == "sleep:idle") return lock.why;
-    return "";
 }
 
 // Droid's notices posted so far, each with the earlier one it took the place of ("new", or
@@ -133,9 +129,10 @@ struct Step {
     // The stand-in's hook state, or a menu line clicked.
     std::string hook;
     std::string click;
-    // The hold's reason ("" none) and every notice posted so far.
-    std::string hold;
+    // vigilmoth's locks, every notice posted so far, and whether it opens at login.
+    std::vector<std::string> locks;
     std::vector<std::string> notices;
+    bool atLogin = false;
 };
 
 TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
@@ -143,31 +140,35 @@ TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
     ProcessTree agent({{1, -1, "bin/droid", {"droid"}, home / "work"}});
     BackgroundProcess app(VIGILMOTH_EXECUTABLE, {}, options);
     ASSERT_TRUE(app.waitForOutput("vigilmoth is running", 30)) << app.output();
-    std::string item;
+    std::vector<std::string> items;
     ASSERT_TRUE(eventually([&] {
-        const auto registered =
-            session.firstArguments(kWatcher, kWatcherPath, "RegisterStatusNotifierItem");
-        if (!registered.empty()) item = registered.front();
-        return !item.empty();
+        items = session.firstArguments(kWatcher, kWatcherPath, "RegisterStatusNotifierItem");
+        return !items.empty();
     }));
-    EXPECT_EQ(item.rfind(kItem, 0), 0u) << item;
+    const auto item = items.front();
+    const auto autostart = home / ".config/autostart/vigilmoth.desktop";
 
-    const std::string working = "vigilmoth: Droid is working";
-    const std::string waiting = "vigilmoth: Droid is waiting for you";
+    // The lid lock comes with every hold: the lid may close while the computer is held.
+    const std::vector<std::string> working = {
+        "handle-lid-switch vigilmoth keeps this computer awake with the lid closed",
+        "sleep:idle vigilmoth: Droid is working"};
+    auto waiting = working;
+    waiting[1] = "sleep:idle vigilmoth: Droid is waiting for you";
     const std::string asked = "new Droid is waiting for you";
     // The session's newer wait takes the place of the older one; its finished turn is a notice
     // of another kind.
     const std::string askedAgain = "0 Droid is waiting for you";
-    const std::string finished = "new Droid finished";
+    const std::vector<std::string> all = {asked, askedAgain, "new Droid finished"};
     const std::vector<Step> steps = {
         {"works", "working", "", working, {}},
         {"asks", "waiting", "", waiting, {asked}},
         {"works on", "working", "", working, {asked}},
         {"asks again", "waiting", "", waiting, {asked, askedAgain}},
         {"works on", "working", "", working, {asked, askedAgain}},
-        {"finishes", "idle", "", "", {asked, askedAgain, finished}},
-        {"starts again", "working", "", working, {asked, askedAgain, finished}},
-        {"pauses", "", "Pause for 1 hour", "", {asked, askedAgain, finished}},
+        {"finishes", "idle", "", {}, all},
+        {"starts again", "working", "", working, all},
+        {"opens at login", "", "Open at login", working, all, true},
+        {"pauses", "", "Pause for 1 hour", {}, all, true},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.doing);
@@ -189,21 +190,21 @@ TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
                       0);
         }
         EXPECT_TRUE(eventually([&] {
-            return hold(system.client()) == step.hold && notices(session) == step.notices;
-        })) << hold(system.client())
-            << " | " << notices(session).size() << " notices";
+            return locks(system.client()) == step.locks && notices(session) == step.notices &&
+                   std::filesystem::exists(autostart) == step.atLogin;
+        })) << locks(system.client()).size()
+            << " locks, " << notices(session).size() << " notices";
     }
 
     // A second copy leaves the running one be and says so.
     const auto second = runVigilmoth({}, options);
     EXPECT_EQ(second.status, 0);
     EXPECT_EQ(second.err, "vigilmoth is already running.\n");
-
     EXPECT_TRUE(app.waitForOutput("vigilmoth was asked to come forward.")) << app.output();
 
     app.signal(SIGTERM);
     EXPECT_EQ(app.wait(30), 0);
-    EXPECT_EQ(locks(system.client()), std::vector<std::string>{});
+    EXPECT_EQ(locks(system.client(), true), std::vector<std::string>{});
     EXPECT_FALSE(session.owned(item));
 }
 
