@@ -190,12 +190,6 @@ TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
             << " locks, " << notices(session).size() << " notices";
     }
 
-    // A second copy leaves the running one be and says so.
-    const auto second = runVigilmoth({}, options);
-    EXPECT_EQ(second.status, 0);
-    EXPECT_EQ(second.err, "vigilmoth is already running.\n");
-    EXPECT_TRUE(app.waitForOutput("vigilmoth was asked to come forward.")) << app.output();
-
     app.signal(SIGTERM);
     EXPECT_EQ(app.wait(30), 0);
     EXPECT_EQ(locks(system.client(), true), std::vector<std::string>{});
