@@ -9,6 +9,7 @@
 #include "decision/DetectionSettingsStore.h"
 #include "state/AgentRules.h"
 #include "ui/HoldHeadlineText.h"
+#include "ui/MenuBarVisibility.h"
 #include "ui/PanelText.h"
 #include "ui/SafetyStopText.h"
 
@@ -61,6 +62,7 @@ StateAggregator::StateAggregator(AggregatorParts parts)
     mode_ = storedAwakeMode(defaults.stringValue(defaults_keys::mode));
     settings_ = DetectionSettingsStore::load(defaults, AgentCatalog::standard());
     noticeSettings_ = AgentNoticeSettings::load(defaults);
+    showMenuBarIcon_ = MenuBarVisibility::isShown(defaults);
     safetyMonitor_.batteryFloorPercent = settings_.batteryFloorPercent;
     safetyMonitor_.batteryFloorEnabled = settings_.batteryFloorEnabled;
 
@@ -79,6 +81,28 @@ StateAggregator::StateAggregator(AggregatorParts parts)
     engine_->onDecision = [this](const HoldDecision& decision) { apply(decision); };
     notices_.onChange = [this] { publish(); };
     hostActions_.onChange = [this] { publish(); };
+    if (auto* notifier = parts_.notices.notifier) {
+        // The notifier answers on the main loop, possibly after the aggregator has gone.
+        std::weak_ptr<StateAggregator*> alive = self_;
+        notifier->onDelivery = [alive](const std::string& id, AgentNoticeDelivery delivery) {
+            if (auto self = alive.lock()) (*self)->notices_.delivered(id, delivery);
+        };
+        notifier->onOpen = [alive](const AgentNoticeTarget& target) {
+            if (auto self = alive.lock())
+                (*self)->hostActions_.open(target, (*self)->engine_->readings());
+        };
+    }
+    if (parts_.loginItem) {
+        loginItem_.emplace(*parts_.loginItem, parts_.canSetUpHelper);
+        loginItem_->onChange = [this] { publish(); };
+    }
+    registerShortcuts();
+    if (parts_.display) {
+        std::weak_ptr<StateAggregator*> alive = self_;
+        parts_.display->start([alive] {
+            if (auto self = alive.lock()) (*self)->publish();
+        });
+    }
     armPauseTimer();
     armReachableTimer();
     engine_->start();
@@ -119,7 +143,7 @@ void StateAggregator::sampled(const DetectionSample& sample) {
 
     const auto& flag = parts_.sleepFlag;
     notices_.announceHiddenNotice(
-        {.showMenuBarIcon = true,
+        {.showMenuBarIcon = showMenuBarIcon_,
          .helperStatus = flag.helperStatus(),
          .sleepDisabled = flag.sleepDisabled(),
          .hasBattery = hasBattery_,
@@ -131,6 +155,8 @@ void StateAggregator::sampled(const DetectionSample& sample) {
                              .active = enabled_ && !pause_.isActive(sample.frame.at),
                              .labels = sessionLabels_},
                             parts_.now());
+
+    updateDisplay(context.lidClosed);
 
     const Date now = parts_.now();
     const auto beyond = [now](const std::optional<Date>& until, double horizon) {
@@ -157,7 +183,16 @@ void StateAggregator::apply(const HoldDecision& decision) {
     refreshRows();
     updatePower();
     syncSleepFlag();
+    if (displayHolding_ && *displayHolding_ != decision_.hold)
+        updateDisplay(engine_->frame() && engine_->frame()->context.lidClosed);
     publish();
+}
+
+void StateAggregator::updateDisplay(bool lidClosed) {
+    if (!parts_.display) return;
+    displayHolding_ = decision_.hold;
+    parts_.display->update(lidClosed, decision_.hold, settings_.displayOffLidClosed,
+                           settings_.dimAsLidCloses, parts_.now());
 }
 
 void StateAggregator::refreshRows() {
@@ -192,7 +227,8 @@ void StateAggregator::updatePower() {
 void StateAggregator::syncSleepFlag() {
     const bool wanted = decision_.lidClosedFlag;
     auto& flag = parts_.sleepFlag;
-    if (!wanted) flag.stopWanting();
+    // An "off" the controller still owed went out with this; the request must not send another.
+    if (!wanted && flag.stopWanting()) flagRequest_ = SleepFlagRequest{.sent = false};
     const bool ready = flag.helperStatus() == HelperStatus::enabled;
     const auto value = flagRequest_.next(wanted, ready, parts_.clock.awake());
     if (!value) return;
@@ -319,6 +355,72 @@ void StateAggregator::setRule(AgentRule rule, const std::string& agentID) {
     setSettings(AgentRules::withRule(settings_, agentID, rule));
 }
 
+void StateAggregator::setNoticeSettings(const AgentNoticeSettings& settings) {
+    if (settings == noticeSettings_) return;
+    noticeSettings_ = settings;
+    noticeSettings_.save(parts_.defaults);
+}
+
+void StateAggregator::setShowMenuBarIcon(bool shown) {
+    parts_.defaults.set(defaults_keys::showMenuBarIcon, shown);
+    showMenuBarIcon_ = shown;
+}
+
+void StateAggregator::setOpenAtLogin(bool on) {
+    if (loginItem_) loginItem_->setOpenAtLogin(on);
+}
+
+LoginItemState StateAggregator::loginItem() const {
+    return loginItem_ ? loginItem_->state() : LoginItemState::unavailable;
+}
+
+std::optional<std::string> StateAggregator::loginItemError() const {
+    return loginItem_ ? loginItem_->error() : std::nullopt;
+}
+
+void StateAggregator::refreshAgentHosts(bool again) {
+    hostActions_.refreshAgentHosts(engine_->readings(), again);
+}
+
+bool StateAggregator::goToAgent(const ProcessIdentity& identity,
+                                std::optional<std::int32_t> fallback) {
+    return hostActions_.goToAgent(identity, fallback, engine_->readings());
+}
+
+void StateAggregator::registerShortcuts() {
+    auto* hotKeys = parts_.hotKeys;
+    if (!hotKeys) return;
+    const auto taken = hotKeys->systemShortcuts();
+    std::weak_ptr<StateAggregator*> alive = self_;
+    for (const auto action : {ShortcutAction::toggle, ShortcutAction::pauseOneHour}) {
+        // Nothing is recorded yet, so each action has its default, which is checked first: a
+        // default the system uses already is left unregistered and says why.
+        std::optional<Shortcut> shortcut = Shortcut::american(action);
+        std::optional<ShortcutProblem> problem;
+        if (!shortcut->hasModifier()) {
+            problem = ShortcutProblem::needsModifier;
+        } else if (taken.contains(shortcut->keys())) {
+            problem = ShortcutProblem::usedBySystem;
+        }
+        if (problem) shortcut.reset();
+        const bool registered = hotKeys->registerShortcut(shortcut, action, [alive, action] {
+            const auto self = alive.lock();
+            if (!self) return;
+            if (action == ShortcutAction::toggle) {
+                (*self)->toggleEnabled();
+            } else {
+                (*self)->startPause(PauseChoice::oneHour);
+            }
+        });
+        if (shortcut && !registered) problem = ShortcutProblem::usedByAnotherApp;
+        if (problem) {
+            shortcutProblems_[action] = *problem;
+        } else {
+            shortcutProblems_.erase(action);
+        }
+    }
+}
+
 void StateAggregator::macWillSleep() {
     sleepNote_.reset();
     const auto& context = engine_->frame() ? engine_->frame()->context : FrameContext{};
@@ -339,6 +441,7 @@ void StateAggregator::macWillSleep() {
         .waitingHold = waitingHold,
     };
     engine_->macWillSleep();
+    if (parts_.display) parts_.display->willSleep();
     publish();
 }
 
@@ -355,6 +458,8 @@ void StateAggregator::shutdown() {
     engine_->stop();
     pauseTimer_.reset();
     reachableTimer_.reset();
+    if (parts_.hotKeys) parts_.hotKeys->unregisterAll();
+    if (parts_.display) parts_.display->stop();
     parts_.sleepFlag.clearForQuit(kQuitFlagTimeout);
     parts_.power.release();
 }

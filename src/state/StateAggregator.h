@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,17 +13,20 @@
 #include "base/Date.h"
 #include "base/DetectionScheduling.h"
 #include "base/KeyValueStore.h"
+#include "base/Shortcut.h"
 #include "base/TimerScheduling.h"
 #include "catalog/ProcessCensus.h"
 #include "decision/DetectionEngine.h"
 #include "decision/DetectionSettings.h"
 #include "decision/SleepReason.h"
 #include "decision/TimedModes.h"
+#include "display/DisplayControlling.h"
 #include "power/PowerKeeper.h"
 #include "power/SafetyMonitor.h"
 #include "power/SleepFlagController.h"
 #include "state/AgentHostActions.h"
 #include "state/AggregatorNotices.h"
+#include "state/LoginItem.h"
 #include "ui/PanelInput.h"
 #include "ui/StateClock.h"
 
@@ -46,6 +50,12 @@ struct AggregatorParts {
     std::function<std::optional<std::string>(std::int32_t pid)> workingDirectory;
     std::function<Date()> now = Date::now;
     Calendar calendar;
+    // Each of these is absent where the system offers none.
+    DisplayControlling* display = nullptr;
+    HotKeyRegistering* hotKeys = nullptr;
+    LoginItemManaging* loginItem = nullptr;
+    // vigilmoth runs from a place from which it can be registered to open at login.
+    bool canSetUpHelper = true;
 };
 
 // The one central state: owns the detection engine, applies every decision to the power
@@ -87,6 +97,13 @@ public:
     void settlePause();
     void setRule(AgentRule rule, const std::string& agentID);
 
+    void setNoticeSettings(const AgentNoticeSettings& settings);
+    void setShowMenuBarIcon(bool shown);
+    void setOpenAtLogin(bool on);
+    void refreshAgentHosts(bool again);
+    // Brings the session's application forward, else the `fallback` application.
+    bool goToAgent(const ProcessIdentity& identity, std::optional<std::int32_t> fallback);
+
     void macWillSleep();
     void macDidWake();
     // On quit: stops watching and lets the machine sleep again.
@@ -104,6 +121,17 @@ public:
     }
     const DetectionEngine& engine() const { return *engine_; }
     const AggregatorNotices& notices() const { return notices_; }
+    const AgentNoticeSettings& noticeSettings() const { return noticeSettings_; }
+    bool showMenuBarIcon() const { return showMenuBarIcon_; }
+    // By action; no entry: its shortcut is in force.
+    const std::map<ShortcutAction, ShortcutProblem>& shortcutProblems() const {
+        return shortcutProblems_;
+    }
+    LoginItemState loginItem() const;
+    std::optional<std::string> loginItemError() const;
+    const std::unordered_map<ProcessIdentity, std::optional<std::string>>& agentHosts() const {
+        return hostActions_.agentHosts();
+    }
     const PanelInput& panelInput() const { return panelInput_; }
     // Runs when the published `PanelInput` changed.
     std::function<void(const PanelInput&)> onChange;
@@ -112,6 +140,8 @@ private:
     void armPauseTimer();
     void armReachableTimer();
     bool flagInUse() const;
+    void updateDisplay(bool lidClosed);
+    void registerShortcuts();
     void publish();
 
     AggregatorParts parts_;
@@ -120,6 +150,11 @@ private:
     AwakeMode mode_ = AwakeMode::agentWorking;
     DetectionSettings settings_;
     AgentNoticeSettings noticeSettings_;
+    bool showMenuBarIcon_ = true;
+    std::map<ShortcutAction, ShortcutProblem> shortcutProblems_;
+    std::optional<LoginItemSwitch> loginItem_;
+    // What the display controller was last told about the hold.
+    std::optional<bool> displayHolding_;
     Pause pause_;
     Reachable reachable_;
     HoldDecision decision_;
