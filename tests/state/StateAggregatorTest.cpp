@@ -168,13 +168,13 @@ struct World {
 };
 
 // One tick of a script: the clock, Claude's reported state (none: no agent), the power facts,
-// what the user does before the tick, and what reached the stand-ins by its end.
+// what reached the stand-ins by its end (joined by "; "), and what happens before the tick.
 struct Step {
     double seconds;
     std::optional<ReportedState> claude;
     FrameContext context;
-    std::function<void(World&)> action;
-    std::vector<std::string> expected;
+    std::string expected;
+    std::function<void(World&)> before = {};
 };
 
 struct Scenario {
@@ -190,19 +190,15 @@ const FrameContext kHot{
     .onBattery = true, .batteryPercent = 60, .lidClosed = true, .thermalState = 3};
 const FrameContext kLow{.onBattery = true, .batteryPercent = 12};
 
-const Step kWorks{
-    0,
-    working,
-    kMains,
-    {},
-    {"hold vigilmoth: Claude Code is working", "display lid open, holding", "flag on"}};
-const Step kStillWorks{2, working, kMains, {}, {}};
-// The engine releases the hold after the agent has gone for the release delay.
-const std::vector<std::string> kReleased = {"release", "flag off", "display lid open"};
+const std::string kHolds = "hold vigilmoth: Claude Code is working; display lid open, holding";
+// The helper hears "off" once.
+const std::string kReleased = "release; flag off; display lid open";
 
-template <class Action>
-std::function<void(World&)> user(Action action) {
-    return [action](World& world) { action(*world.aggregator); };
+std::string joined(const std::vector<std::string>& calls) {
+    std::string text;
+    for (const auto& call : calls)
+        text += (text.empty() ? "" : "; ") + call;
+    return text;
 }
 
 TEST(StateAggregatorTest, Scenarios) {
@@ -212,104 +208,83 @@ TEST(StateAggregatorTest, Scenarios) {
         DetectionSettingsStore::save({.releaseAfterState = 10, .waitingHold = 20}, w.defaults);
     };
     const auto helperOff = [](World& w) { w.helper.service = HelperStatus::notRegistered; };
+    const auto pauseKey = [](World& w) { w.hotKeys.press.at(ShortcutAction::pauseOneHour)(); };
+    const auto reach = [](World& w) { w.aggregator->startReachable(ReachableChoice::oneHour); };
+    const auto stopReach = [](World& w) { w.aggregator->stopReachable(); };
+    const auto quit = [](World& w) { w.aggregator->shutdown(); };
+    const Step works{0, working, kMains, kHolds + "; flag on"};
+    const Step stillWorks{2, working, kMains, ""};
+    // The helper is switched off while the flag is on; the status is read again after 30 s.
+    const std::vector<Step> switchedOff = {
+        works, {2, working, kMains, "", helperOff}, {32, working, kMains, ""}};
+    const auto plus = [](std::vector<Step> steps, const std::vector<Step>& more) {
+        steps.insert(steps.end(), more.begin(), more.end());
+        return steps;
+    };
+    const std::string cannotSleep = "notify " + worded(
+                                                    "Your Mac cannot sleep. Allow vigilmoth "
+                                                    "again in System Settings > General > "
+                                                    "Login Items.");
     const std::vector<Scenario> scenarios = {
         {"waits, told once, then the waiting hold ends",
          shortHolds,
-         {kWorks,
-          kStillWorks,
-          {4, waiting, kMains, {}, {"hold vigilmoth: Claude Code is waiting for you"}},
-          {7, waiting, kMains, {}, {"notice Claude Code is waiting for you"}},
-          {9, waiting, kMains, {}, {}},
-          {20, waiting, kMains, {}, {}},
-          {25, waiting, kMains, {}, kReleased}}},
+         {works,
+          stillWorks,
+          {4, waiting, kMains, "hold vigilmoth: Claude Code is waiting for you"},
+          {7, waiting, kMains, "notice Claude Code is waiting for you"},
+          {9, waiting, kMains, ""},
+          {20, waiting, kMains, ""},
+          {25, waiting, kMains, kReleased}}},
         {"finishes, told once, then the grace ends",
          {},
-         {kWorks,
-          kStillWorks,
-          {4, idle, kMains, {}, {"hold vigilmoth: Claude Code finished a moment ago"}},
-          {8, idle, kMains, {}, {"notice Claude Code finished"}},
-          {10, idle, kMains, {}, {}},
-          {400, std::nullopt, kMains, {}, kReleased}}},
-        {"paused for an hour by the shortcut, and the pause's end",
+         {works,
+          stillWorks,
+          {4, idle, kMains, "hold vigilmoth: Claude Code finished a moment ago"},
+          {8, idle, kMains, "notice Claude Code finished"},
+          {10, idle, kMains, ""},
+          {400, std::nullopt, kMains, kReleased}}},
+        {"paused for an hour by the shortcut, its end, reachable, quit",
          {},
-         {kWorks,
-          {2, working, kMains, [](World& w) { w.hotKeys.press.at(ShortcutAction::pauseOneHour)(); },
-           kReleased},
-          {3602,
-           working,
-           kMains,
-           {},
-           {"hold vigilmoth: Claude Code is working", "display lid open, holding", "flag on"}}}},
-        {"reachable, ended early",
-         {},
-         {{0,
-           std::nullopt,
-           kMains,
-           user([](auto& s) { s.startReachable(ReachableChoice::oneHour); }),
-           {"hold vigilmoth: stays reachable", "flag on", "display lid open, holding"}},
-          {2, std::nullopt, kMains, user([](auto& s) { s.stopReachable(); }), kReleased}}},
+         {works,
+          {2, working, kMains, kReleased, pauseKey},
+          {3602, working, kMains, kHolds + "; flag on"},
+          {3604, std::nullopt, kMains, "hold vigilmoth: stays reachable", reach},
+          {3606, std::nullopt, kMains, kReleased, stopReach},
+          {3608, working, kMains, kHolds + "; flag on"},
+          {3610, working, kMains, "shortcuts off; display stop; flag off waiting 2; release",
+           quit}}},
         {"battery floor stop, told once",
          {},
-         {kWorks,
-          {2,
-           working,
-           kLow,
-           {},
-           {"notify " + worded("vigilmoth let your Mac sleep because the battery is at 12%"),
-            "release", "flag off", "display lid open"}},
-          {4, working, kLow, {}, {}}}},
+         {works,
+          {2, working, kLow,
+           "notify " + worded("vigilmoth let your Mac sleep because the battery is at 12%") + "; " +
+               kReleased},
+          {4, working, kLow, ""}}},
         {"too hot with the lid closed: the flag is cleared",
          {},
-         {{0,
-           working,
-           kLidClosed,
-           {},
-           {"hold vigilmoth: Claude Code is working", "display lid closed, holding", "flag on"}},
-          {2,
-           working,
-           kHot,
-           {},
-           {"notify " + worded("vigilmoth let your Mac sleep because it got too hot"), "release",
-            "flag off", "display lid closed"}}}},
-        {"quit releases everything",
-         {},
-         {kWorks,
-          {2,
-           working,
-           kMains,
-           user([](auto& s) { s.shutdown(); }),
-           {"shortcuts off", "display stop", "flag off waiting 2", "release"}}}},
+         {{0, working, kLidClosed,
+           "hold vigilmoth: Claude Code is working; display lid closed, holding; flag on"},
+          {2, working, kHot,
+           "notify " + worded("vigilmoth let your Mac sleep because it got too hot") +
+               "; release; flag off; display lid closed"}}},
         {"the helper switched off with the flag on, the icon shown: nothing said",
          {},
-         {kWorks,
-          {2, working, kMains, helperOff, {}},
-          {32, working, kMains, {}, {}},
-          {34, working, kMains, {}, {}}}},
-        {"the helper switched off with the flag on, the icon hidden: said once",
-         hideIcon,
-         {kWorks,
-          {2, working, kMains, helperOff, {}},
-          {32, working, kMains, {}, {}},
-          {34,
-           working,
-           kMains,
-           {},
-           {"notify " + worded("Your Mac cannot sleep. Allow vigilmoth again in System Settings "
-                               "> General > Login Items.")}},
-          {36, working, kMains, {}, {}}}},
+         plus(switchedOff, {{34, working, kMains, ""}})},
+        // Said on the sample after the status was read, once.
+        {"the helper switched off with the flag on, the icon hidden: said once", hideIcon,
+         plus(switchedOff, {{34, working, kMains, cannotSleep}, {36, working, kMains, ""}})},
     };
     for (const auto& scenario : scenarios) {
         SCOPED_TRACE(scenario.name);
         World world;
         if (scenario.stored) scenario.stored(world);
         world.make();
-        EXPECT_EQ(std::exchange(world.log, {}),
-                  (std::vector<std::string>{"shortcut C", "shortcut P", "display start"}));
+        EXPECT_EQ(joined(std::exchange(world.log, {})), "shortcut C; shortcut P; display start");
         for (const auto& step : scenario.steps) {
             SCOPED_TRACE(step.seconds);
             world.seconds = step.seconds;
             world.timers.advance(step.seconds - world.timers.now);
-            if (step.action) step.action(world);
+            if (step.before) step.before(world);
             std::vector<AgentEvidence> agents;
             if (step.claude)
                 agents.push_back(withHook(stateAgent(), *step.claude, at(step.seconds)));
@@ -317,7 +292,7 @@ TEST(StateAggregatorTest, Scenarios) {
             frame.awake = step.seconds;
             frame.context = step.context;
             world.tick(frame);
-            EXPECT_EQ(std::exchange(world.log, {}), step.expected);
+            EXPECT_EQ(joined(std::exchange(world.log, {})), step.expected);
         }
     }
 }
