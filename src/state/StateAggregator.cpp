@@ -355,6 +355,80 @@ void StateAggregator::setRule(AgentRule rule, const std::string& agentID) {
     setSettings(AgentRules::withRule(settings_, agentID, rule));
 }
 
+bool StateAggregator::perform(const PanelAction& action) {
+    using Kind = PanelAction::Kind;
+    switch (action.kind) {
+        case Kind::pause:
+            startPause(action.pauseChoice);
+            return true;
+        case Kind::stayReachable:
+            startReachable(action.reachableChoice);
+            return true;
+        case Kind::setAgentRule:
+            setRule(action.rule, action.agentID);
+            return true;
+        case Kind::goToAgent:
+            goToAgent(action.identity, std::nullopt);
+            return true;
+        case Kind::tryHelperAgain:
+            repairHelper();
+            return true;
+        case Kind::dismissLidClosedHint:
+            parts_.defaults.set(defaults_keys::lidClosedHintDismissed, true);
+            publish();
+            return true;
+        case Kind::resume:
+            resumeNow();
+            return true;
+        case Kind::stopReachable:
+            stopReachable();
+            return true;
+        case Kind::dismissSleepNote:
+            sleepNote_.reset();
+            publish();
+            return true;
+        case Kind::openLoginItems:
+        case Kind::setUpLidClosed:
+        case Kind::agentNotListed:
+        case Kind::openAgentSettings:
+        case Kind::openHelp:
+            break;
+    }
+    return false;
+}
+
+void StateAggregator::setUpHelper() {
+    runHelperAction([this] { return parts_.sleepFlag.install(); });
+}
+
+void StateAggregator::removeHelper() {
+    runHelperAction([this] { return parts_.sleepFlag.uninstall(); });
+}
+
+void StateAggregator::removeSudoersEntry() {
+    runHelperAction([this]() -> std::optional<std::string> {
+        try {
+            parts_.sleepFlag.removeSudoersEntry();
+        } catch (const SudoersCleanupError& error) {
+            return error.what();
+        }
+        return std::nullopt;
+    });
+}
+
+void StateAggregator::repairHelper() {
+    parts_.sleepFlag.repairHelper();
+    publish();
+}
+
+void StateAggregator::runHelperAction(const std::function<std::optional<std::string>()>& action) {
+    helperError_ = action();
+    // The panel shows already that the user must allow the helper.
+    if (parts_.sleepFlag.helperStatus() == HelperStatus::requiresApproval) helperError_.reset();
+    syncSleepFlag();
+    publish();
+}
+
 void StateAggregator::setNoticeSettings(const AgentNoticeSettings& settings) {
     if (settings == noticeSettings_) return;
     noticeSettings_ = settings;

@@ -27,6 +27,7 @@
 #include "state/AgentHostActions.h"
 #include "state/AggregatorNotices.h"
 #include "state/LoginItem.h"
+#include "ui/PanelAction.h"
 #include "ui/PanelInput.h"
 #include "ui/StateClock.h"
 
@@ -97,12 +98,20 @@ public:
     void settlePause();
     void setRule(AgentRule rule, const std::string& agentID);
 
+    // Carries out what the user chose in the panel; false for what only the shell can do
+    // (opening a window, a settings pane or a help page).
+    bool perform(const PanelAction& action);
     void setNoticeSettings(const AgentNoticeSettings& settings);
     void setShowMenuBarIcon(bool shown);
     void setOpenAtLogin(bool on);
     void refreshAgentHosts(bool again);
     // Brings the session's application forward, else the `fallback` application.
     bool goToAgent(const ProcessIdentity& identity, std::optional<std::int32_t> fallback);
+    // The lid-closed preferences' buttons for the sleep-flag helper.
+    void setUpHelper();
+    void removeHelper();
+    void removeSudoersEntry();
+    void repairHelper();
 
     void macWillSleep();
     void macDidWake();
@@ -127,6 +136,8 @@ public:
     const std::map<ShortcutAction, ShortcutProblem>& shortcutProblems() const {
         return shortcutProblems_;
     }
+    // The last failure of a helper action, except one the panel shows already.
+    const std::optional<std::string>& helperError() const { return helperError_; }
     LoginItemState loginItem() const;
     std::optional<std::string> loginItemError() const;
     const std::unordered_map<ProcessIdentity, std::optional<std::string>>& agentHosts() const {
@@ -142,6 +153,7 @@ private:
     bool flagInUse() const;
     void updateDisplay(bool lidClosed);
     void registerShortcuts();
+    void runHelperAction(const std::function<std::optional<std::string>()>& action);
     void publish();
 
     AggregatorParts parts_;
@@ -153,6 +165,7 @@ private:
     bool showMenuBarIcon_ = true;
     std::map<ShortcutAction, ShortcutProblem> shortcutProblems_;
     std::optional<LoginItemSwitch> loginItem_;
+    std::optional<std::string> helperError_;
     // What the display controller was last told about the hold.
     std::optional<bool> displayHolding_;
     Pause pause_;

@@ -14,10 +14,12 @@
 #include "support/DecisionBuilders.h"
 #include "support/DetectionFakes.h"
 #include "support/FakeNotificationCenter.h"
+#include "support/FakeSleepFlagHelper.h"
 #include "support/MachineWording.h"
 #include "support/ManualTimers.h"
 #include "support/TestSupport.h"
 #include "ui/AgentNoticeText.h"
+#include "ui/PanelText.h"
 
 namespace vigilmoth {
 namespace {
@@ -40,28 +42,6 @@ struct FakePower final : PowerHolding {
         if (isHeld) gLog->push_back("release");
         isHeld = false;
     }
-};
-
-struct FakeHelper final : HelperServiceManaging, SleepFlagHelperConnecting {
-    HelperStatus service = HelperStatus::enabled;
-    HelperStatus status() override { return service; }
-    std::optional<std::string> registerService() override { return std::nullopt; }
-    std::optional<std::string> unregisterService() override { return std::nullopt; }
-    void setSleepDisabled(bool disabled, Reply reply) override {
-        gLog->push_back(disabled ? "flag on" : "flag off");
-        reply(std::nullopt);
-    }
-    void heartbeat(Reply reply) override { reply(std::nullopt); }
-    void status(StatusReply reply) override {
-        reply(HelperState{false, "vigilmoth", "1"}, std::nullopt);
-    }
-    void retire(Reply reply) override { reply(std::nullopt); }
-    bool setSleepDisabledWaiting(bool disabled, double timeout) override {
-        gLog->push_back(std::string(disabled ? "flag on" : "flag off") + " waiting " +
-                        std::to_string(static_cast<int>(timeout)));
-        return true;
-    }
-    void disconnect() override {}
 };
 
 // Logs what it is told only when that changes.
@@ -102,6 +82,8 @@ struct World {
         gLog = &log;
         setLogSink([](LogLevel, std::string_view, std::string_view) {});
         defaults.set(defaults_keys::helperWasSetUp, true);
+        helper.log = &log;
+        helper.beats = false;
         defaults.set(defaults_keys::noticesFinished, true);
     }
     ~World() {
@@ -151,7 +133,7 @@ struct World {
     double seconds = 0;
     MemoryKeyValueStore defaults;
     ManualTimers timers;
-    FakeHelper helper;
+    FakeSleepFlagHelper helper;
     SleepFlagController flag{
         SleepFlagParts{helper, helper, nullptr, defaults, timers, [this] { return seconds; }, "1"}};
     FakePower power;
@@ -192,7 +174,7 @@ const FrameContext kLow{.onBattery = true, .batteryPercent = 12};
 
 const std::string kHolds = "hold vigilmoth: Claude Code is working; display lid open, holding";
 // The helper hears "off" once.
-const std::string kReleased = "release; flag off; display lid open";
+const std::string kReleased = "release; set off; display lid open";
 
 std::string joined(const std::vector<std::string>& calls) {
     std::string text;
@@ -207,12 +189,12 @@ TEST(StateAggregatorTest, Scenarios) {
     const auto shortHolds = [](World& w) {
         DetectionSettingsStore::save({.releaseAfterState = 10, .waitingHold = 20}, w.defaults);
     };
-    const auto helperOff = [](World& w) { w.helper.service = HelperStatus::notRegistered; };
+    const auto helperOff = [](World& w) { w.helper.state = HelperStatus::notRegistered; };
     const auto pauseKey = [](World& w) { w.hotKeys.press.at(ShortcutAction::pauseOneHour)(); };
     const auto reach = [](World& w) { w.aggregator->startReachable(ReachableChoice::oneHour); };
     const auto stopReach = [](World& w) { w.aggregator->stopReachable(); };
     const auto quit = [](World& w) { w.aggregator->shutdown(); };
-    const Step works{0, working, kMains, kHolds + "; flag on"};
+    const Step works{0, working, kMains, kHolds + "; set on"};
     const Step stillWorks{2, working, kMains, ""};
     // The helper is switched off while the flag is on; the status is read again after 30 s.
     const std::vector<Step> switchedOff = {
@@ -247,11 +229,11 @@ TEST(StateAggregatorTest, Scenarios) {
          {},
          {works,
           {2, working, kMains, kReleased, pauseKey},
-          {3602, working, kMains, kHolds + "; flag on"},
+          {3602, working, kMains, kHolds + "; set on"},
           {3604, std::nullopt, kMains, "hold vigilmoth: stays reachable", reach},
           {3606, std::nullopt, kMains, kReleased, stopReach},
-          {3608, working, kMains, kHolds + "; flag on"},
-          {3610, working, kMains, "shortcuts off; display stop; flag off waiting 2; release",
+          {3608, working, kMains, kHolds + "; set on"},
+          {3610, working, kMains, "shortcuts off; display stop; set off waiting 2; release",
            quit}}},
         {"battery floor stop, told once",
          {},
@@ -263,10 +245,10 @@ TEST(StateAggregatorTest, Scenarios) {
         {"too hot with the lid closed: the flag is cleared",
          {},
          {{0, working, kLidClosed,
-           "hold vigilmoth: Claude Code is working; display lid closed, holding; flag on"},
+           "hold vigilmoth: Claude Code is working; display lid closed, holding; set on"},
           {2, working, kHot,
            "notify " + worded("vigilmoth let your Mac sleep because it got too hot") +
-               "; release; flag off; display lid closed"}}},
+               "; release; set off; display lid closed"}}},
         {"the helper switched off with the flag on, the icon shown: nothing said",
          {},
          plus(switchedOff, {{34, working, kMains, ""}})},
@@ -351,6 +333,28 @@ TEST(StateAggregatorTest, ADefaultShortcutThatIsTakenIsNotInForce) {
         EXPECT_EQ(std::vector(world.log.begin(), world.log.begin() + 2), c.registered);
         EXPECT_EQ(state.shortcutProblems(), c.problems);
     }
+}
+
+TEST(StateAggregatorTest, PerformsWhatThePanelOffersAndLeavesWindowsToTheShell) {
+    World world;
+    auto& state = world.make();
+    using A = PanelAction;
+    const std::pair<A, std::function<bool()>> cases[] = {
+        {A::pause(PauseChoice::oneHour), [&] { return state.pause().until == at(3600); }},
+        {A::resume(), [&] { return !state.pause().until; }},
+        {A::stayReachable(ReachableChoice::twoHours),
+         [&] { return state.reachable().until == at(7200); }},
+        {A::stopReachable(), [&] { return !state.reachable().until; }},
+        {A::setAgentRule("codex", AgentRule::ignore),
+         [&] { return state.settings().rule("codex") == AgentRule::ignore; }},
+        {A::dismissLidClosedHint(), [&] { return state.panelInput().lidClosedHintDismissed; }},
+    };
+    for (const auto& [action, done] : cases) {
+        EXPECT_TRUE(state.perform(action));
+        EXPECT_TRUE(done()) << PanelText::title(action);
+    }
+    for (const auto& action : {A::openLoginItems(), A::setUpLidClosed(), A::openHelp()})
+        EXPECT_FALSE(state.perform(action)) << PanelText::title(action);
 }
 
 TEST(StateAggregatorTest, SwitchingOffEndsPauseAndReachable) {
