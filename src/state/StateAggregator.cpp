@@ -63,6 +63,7 @@ StateAggregator::StateAggregator(AggregatorParts parts)
     settings_ = DetectionSettingsStore::load(defaults, AgentCatalog::standard());
     noticeSettings_ = AgentNoticeSettings::load(defaults);
     showMenuBarIcon_ = MenuBarVisibility::isShown(defaults);
+    shortcutChoices_ = ShortcutStore::load(defaults);
     safetyMonitor_.batteryFloorPercent = settings_.batteryFloorPercent;
     safetyMonitor_.batteryFloorEnabled = settings_.batteryFloorEnabled;
 
@@ -462,37 +463,83 @@ bool StateAggregator::goToAgent(const ProcessIdentity& identity,
 }
 
 void StateAggregator::registerShortcuts() {
-    auto* hotKeys = parts_.hotKeys;
-    if (!hotKeys) return;
-    const auto taken = hotKeys->systemShortcuts();
-    std::weak_ptr<StateAggregator*> alive = self_;
-    for (const auto action : {ShortcutAction::toggle, ShortcutAction::pauseOneHour}) {
-        // Nothing is recorded yet, so each action has its default, which is checked first: a
-        // default the system uses already is left unregistered and says why.
-        std::optional<Shortcut> shortcut = Shortcut::american(action);
-        std::optional<ShortcutProblem> problem;
+    if (!parts_.hotKeys) return;
+    const auto taken = parts_.hotKeys->systemShortcuts();
+    for (const auto action : {ShortcutAction::toggle, ShortcutAction::pauseOneHour})
+        registerShortcut(action, taken);
+}
+
+void StateAggregator::registerShortcut(ShortcutAction action,
+                                       const std::set<Shortcut::Keys>& taken) {
+    auto shortcut = shortcutChoices_.shortcut(action);
+    std::optional<ShortcutProblem> problem;
+    // The user's own keys were checked when recorded; a default is checked here, and one that
+    // is not usable is left unregistered and says why.
+    if (shortcut && !shortcutChoices_.recorded.contains(action)) {
         if (!shortcut->hasModifier()) {
             problem = ShortcutProblem::needsModifier;
-        } else if (taken.contains(shortcut->keys())) {
+        } else if (ShortcutRules::reserved(*shortcut) || taken.contains(shortcut->keys())) {
             problem = ShortcutProblem::usedBySystem;
         }
         if (problem) shortcut.reset();
-        const bool registered = hotKeys->registerShortcut(shortcut, action, [alive, action] {
-            const auto self = alive.lock();
-            if (!self) return;
-            if (action == ShortcutAction::toggle) {
-                (*self)->toggleEnabled();
-            } else {
-                (*self)->startPause(PauseChoice::oneHour);
-            }
-        });
-        if (shortcut && !registered) problem = ShortcutProblem::usedByAnotherApp;
-        if (problem) {
-            shortcutProblems_[action] = *problem;
-        } else {
-            shortcutProblems_.erase(action);
-        }
     }
+    std::weak_ptr<StateAggregator*> alive = self_;
+    const bool registered = parts_.hotKeys->registerShortcut(shortcut, action, [alive, action] {
+        const auto self = alive.lock();
+        if (!self) return;
+        if (action == ShortcutAction::toggle) {
+            (*self)->toggleEnabled();
+        } else {
+            (*self)->startPause(PauseChoice::oneHour);
+        }
+    });
+    if (shortcut && !registered) problem = ShortcutProblem::usedByAnotherApp;
+    setProblem(action, problem);
+}
+
+void StateAggregator::setProblem(ShortcutAction action, std::optional<ShortcutProblem> problem) {
+    if (problem) {
+        shortcutProblems_[action] = *problem;
+    } else {
+        shortcutProblems_.erase(action);
+    }
+}
+
+void StateAggregator::setShortcut(const std::optional<Shortcut>& shortcut, ShortcutAction action) {
+    if (shortcut) {
+        const auto other = action == ShortcutAction::toggle ? ShortcutAction::pauseOneHour
+                                                            : ShortcutAction::toggle;
+        const auto otherShortcut = shortcutChoices_.shortcut(other);
+        std::optional<ShortcutProblem> problem;
+        // A function key alone is refused too: it would stop working in every application.
+        if (!shortcut->hasModifier()) {
+            problem = ShortcutProblem::needsModifier;
+        } else if (ShortcutRules::reserved(*shortcut) ||
+                   (parts_.hotKeys &&
+                    parts_.hotKeys->systemShortcuts().contains(shortcut->keys()))) {
+            problem = ShortcutProblem::usedBySystem;
+        } else if (otherShortcut && otherShortcut->keys() == shortcut->keys()) {
+            problem = ShortcutProblem::usedTwice;
+        }
+        if (problem) {
+            setProblem(action, problem);
+            return;
+        }
+        shortcutChoices_.recorded[action] = *shortcut;
+        shortcutChoices_.cleared.erase(action);
+    } else {
+        shortcutChoices_.recorded.erase(action);
+        shortcutChoices_.cleared.insert(action);
+    }
+    ShortcutStore::save(shortcutChoices_, parts_.defaults);
+    registerShortcuts();
+}
+
+void StateAggregator::resetShortcut(ShortcutAction action) {
+    shortcutChoices_.recorded.erase(action);
+    shortcutChoices_.cleared.erase(action);
+    ShortcutStore::save(shortcutChoices_, parts_.defaults);
+    registerShortcuts();
 }
 
 void StateAggregator::macWillSleep() {

@@ -27,6 +27,7 @@
 #include "state/AgentHostActions.h"
 #include "state/AggregatorNotices.h"
 #include "state/LoginItem.h"
+#include "state/ShortcutChoices.h"
 #include "ui/PanelAction.h"
 #include "ui/PanelInput.h"
 #include "ui/StateClock.h"
@@ -101,6 +102,11 @@ public:
     // Carries out what the user chose in the panel; false for what only the shell can do
     // (opening a window, a settings pane or a help page).
     bool perform(const PanelAction& action);
+    // Records the user's keys for an action, none clearing it; refused keys change nothing but
+    // the action's problem.
+    void setShortcut(const std::optional<Shortcut>& shortcut, ShortcutAction action);
+    // The default again.
+    void resetShortcut(ShortcutAction action);
     void setNoticeSettings(const AgentNoticeSettings& settings);
     void setShowMenuBarIcon(bool shown);
     void setOpenAtLogin(bool on);
@@ -132,6 +138,7 @@ public:
     const AggregatorNotices& notices() const { return notices_; }
     const AgentNoticeSettings& noticeSettings() const { return noticeSettings_; }
     bool showMenuBarIcon() const { return showMenuBarIcon_; }
+    const ShortcutChoices& shortcutChoices() const { return shortcutChoices_; }
     // By action; no entry: its shortcut is in force.
     const std::map<ShortcutAction, ShortcutProblem>& shortcutProblems() const {
         return shortcutProblems_;
@@ -153,6 +160,8 @@ private:
     bool flagInUse() const;
     void updateDisplay(bool lidClosed);
     void registerShortcuts();
+    void registerShortcut(ShortcutAction action, const std::set<Shortcut::Keys>& taken);
+    void setProblem(ShortcutAction action, std::optional<ShortcutProblem> problem);
     void runHelperAction(const std::function<std::optional<std::string>()>& action);
     void publish();
 
@@ -163,6 +172,7 @@ private:
     DetectionSettings settings_;
     AgentNoticeSettings noticeSettings_;
     bool showMenuBarIcon_ = true;
+    ShortcutChoices shortcutChoices_;
     std::map<ShortcutAction, ShortcutProblem> shortcutProblems_;
     std::optional<LoginItemSwitch> loginItem_;
     std::optional<std::string> helperError_;

@@ -15,6 +15,7 @@
 #include "support/DetectionFakes.h"
 #include "support/FakeNotificationCenter.h"
 #include "support/FakeSleepFlagHelper.h"
+#include "support/FuzzInput.h"
 #include "support/MachineWording.h"
 #include "support/ManualTimers.h"
 #include "support/TestSupport.h"
@@ -301,37 +302,76 @@ TEST(StateAggregatorTest, PostsTheNoticesTheLabsReplayFindsForARecording) {
               AgentNoticeHistory::Result::sent(AgentNoticeDelivery::delivered));
 }
 
-TEST(StateAggregatorTest, ADefaultShortcutThatIsTakenIsNotInForce) {
+TEST(StateAggregatorTest, ShortcutsAreCheckedRecordedAndKept) {
     using enum ShortcutProblem;
-    struct Case {
-        const char* name;
-        std::set<Shortcut::Keys> taken;
-        bool refuse;
-        std::vector<std::string> registered;
+    using enum ShortcutAction;
+    constexpr int kAll = Shortcut::control | Shortcut::option | Shortcut::command;
+    World world;
+    // The system uses the pause's default already.
+    world.hotKeys.taken = {Shortcut::american(pauseOneHour).keys()};
+    const auto registered = [&] {
+        std::erase_if(world.log, [](const auto& call) { return !call.starts_with("shortcut "); });
+        return joined(std::exchange(world.log, {}));
+    };
+    // Each step: what the user does, what reached the hot keys, the problems then.
+    struct Step {
+        std::function<void(StateAggregator&)> act;
+        std::string registered;
         std::map<ShortcutAction, ShortcutProblem> problems;
     };
-    const auto toggleKeys = Shortcut::american(ShortcutAction::toggle).keys();
-    for (const auto& c : {
-             Case{"free", {}, false, {"shortcut C", "shortcut P"}, {}},
-             Case{"used by the system",
-                  {toggleKeys},
-                  false,
-                  {"shortcut none", "shortcut P"},
-                  {{ShortcutAction::toggle, usedBySystem}}},
-             Case{"refused",
-                  {},
-                  true,
-                  {"shortcut C", "shortcut P"},
-                  {{ShortcutAction::toggle, usedByAnotherApp},
-                   {ShortcutAction::pauseOneHour, usedByAnotherApp}}},
-         }) {
-        SCOPED_TRACE(c.name);
-        World world;
-        world.hotKeys.taken = c.taken;
-        world.hotKeys.refuse = c.refuse;
-        auto& state = world.make();
-        EXPECT_EQ(std::vector(world.log.begin(), world.log.begin() + 2), c.registered);
-        EXPECT_EQ(state.shortcutProblems(), c.problems);
+    const auto set = [](std::optional<Shortcut> shortcut, ShortcutAction action) {
+        return [=](StateAggregator& s) { s.setShortcut(shortcut, action); };
+    };
+    const Step steps[] = {
+        {{}, "shortcut C; shortcut none", {{pauseOneHour, usedBySystem}}},
+        {set(Shortcut{12, Shortcut::command, "Q"}, toggle),
+         "",
+         {{toggle, usedBySystem}, {pauseOneHour, usedBySystem}}},
+        {set(Shortcut{96, 0, "F5"}, toggle),
+         "",
+         {{toggle, needsModifier}, {pauseOneHour, usedBySystem}}},
+        {set(Shortcut::american(toggle), pauseOneHour),
+         "",
+         {{toggle, needsModifier}, {pauseOneHour, usedTwice}}},
+        {set(Shortcut{40, kAll, "K"}, pauseOneHour), "shortcut C; shortcut K", {}},
+        {set(std::nullopt, toggle), "shortcut none; shortcut K", {}},
+        {[](auto& s) { s.resetShortcut(toggle); }, "shortcut C; shortcut K", {}},
+    };
+    auto& state = world.make();
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.registered);
+        if (step.act) step.act(state);
+        EXPECT_EQ(registered(), step.registered);
+        EXPECT_EQ(state.shortcutProblems(), step.problems);
+    }
+    // The next start finds the recorded keys; a registration the system refuses says so.
+    world.hotKeys.refuse = true;
+    EXPECT_EQ(world.make().shortcutProblems(),
+              (std::map<ShortcutAction, ShortcutProblem>{{toggle, usedByAnotherApp},
+                                                         {pauseOneHour, usedByAnotherApp}}));
+    EXPECT_EQ(registered(), "shortcut C; shortcut K");
+}
+
+TEST(ShortcutStoreTest, KeepsTheChoicesAndReadsNothingFromWhatItCannotRead) {
+    ShortcutChoices kept;
+    kept.recorded[ShortcutAction::toggle] = {40, 11, "K"};
+    kept.cleared = {ShortcutAction::pauseOneHour};
+    MemoryKeyValueStore store;
+    ShortcutStore::save(kept, store);
+    EXPECT_EQ(ShortcutStore::load(store), kept);
+    const auto text = *store.stringValue(defaults_keys::shortcuts);
+    std::mt19937 random(13);
+    for (int i = 0; i < 300; ++i) {
+        store.set(defaults_keys::shortcuts, mutatedText(text, random));
+        store.set(
+            defaults_keys::shortcutsCleared,
+            nlohmann::json::parse(mutatedText(R"(["pauseOneHour"])", random), nullptr, false));
+        EXPECT_LE(ShortcutStore::load(store).recorded.size(), 1u);
+    }
+    for (const auto& odd :
+         {nlohmann::json(42), nlohmann::json(R"({"toggle":{"keyCode":70000}})")}) {
+        store.set(defaults_keys::shortcuts, odd);
+        EXPECT_TRUE(ShortcutStore::load(store).recorded.empty());
     }
 }
 
