@@ -97,6 +97,10 @@ StateAggregator::StateAggregator(AggregatorParts parts)
         loginItem_.emplace(*parts_.loginItem, parts_.canSetUpHelper);
         loginItem_->onChange = [this] { publish(); };
     }
+    if (parts_.hookInstaller) {
+        hooks_.emplace(*parts_.hookInstaller);
+        hooks_->onChange = [this] { publish(); };
+    }
     registerShortcuts();
     if (parts_.display) {
         std::weak_ptr<StateAggregator*> alive = self_;
@@ -396,6 +400,24 @@ bool StateAggregator::perform(const PanelAction& action) {
             break;
     }
     return false;
+}
+
+void StateAggregator::setHooks(const HookCatalogEntry& entry, bool on) {
+    if (hooks_) hooks_->setHooks(entry, on);
+}
+
+void StateAggregator::refreshHookStatuses() {
+    if (hooks_) hooks_->refreshHookStatuses();
+}
+
+const std::map<std::string, HookStatus>& StateAggregator::hookStatuses() const {
+    static const std::map<std::string, HookStatus> none;
+    return hooks_ ? hooks_->hookStatuses() : none;
+}
+
+const std::map<std::string, std::string>& StateAggregator::hookErrors() const {
+    static const std::map<std::string, std::string> none;
+    return hooks_ ? hooks_->hookErrors() : none;
 }
 
 void StateAggregator::setUpHelper() {

@@ -26,6 +26,7 @@
 #include "power/SleepFlagController.h"
 #include "state/AgentHostActions.h"
 #include "state/AggregatorNotices.h"
+#include "state/HookActions.h"
 #include "state/LoginItem.h"
 #include "state/ShortcutChoices.h"
 #include "ui/PanelAction.h"
@@ -56,6 +57,7 @@ struct AggregatorParts {
     DisplayControlling* display = nullptr;
     HotKeyRegistering* hotKeys = nullptr;
     LoginItemManaging* loginItem = nullptr;
+    HookInstaller* hookInstaller = nullptr;
     // vigilmoth runs from a place from which it can be registered to open at login.
     bool canSetUpHelper = true;
 };
@@ -113,6 +115,9 @@ public:
     void refreshAgentHosts(bool again);
     // Brings the session's application forward, else the `fallback` application.
     bool goToAgent(const ProcessIdentity& identity, std::optional<std::int32_t> fallback);
+    // Without a hook installer these change and show nothing.
+    void setHooks(const HookCatalogEntry& entry, bool on);
+    void refreshHookStatuses();
     // The lid-closed preferences' buttons for the sleep-flag helper.
     void setUpHelper();
     void removeHelper();
@@ -131,6 +136,14 @@ public:
     const Reachable& reachable() const { return reachable_; }
     const HoldDecision& decision() const { return decision_; }
     const std::optional<SleepNote>& sleepNote() const { return sleepNote_; }
+    const std::unordered_map<ProcessIdentity, SessionHint>& sessionHints() const {
+        return sessionHints_;
+    }
+    bool hasBattery() const { return hasBattery_; }
+    bool onBattery() const { return onBattery_; }
+    std::optional<int> batteryPercent() const { return batteryPercent_; }
+    const MacSleepState& macSleep() const { return notices_.macSleep(); }
+    const StateClock& stateClock() const { return stateClock_; }
     const std::unordered_map<ProcessIdentity, std::string>& sessionLabels() const {
         return sessionLabels_;
     }
@@ -145,6 +158,9 @@ public:
     }
     // The last failure of a helper action, except one the panel shows already.
     const std::optional<std::string>& helperError() const { return helperError_; }
+    // By hook catalog entry id.
+    const std::map<std::string, HookStatus>& hookStatuses() const;
+    const std::map<std::string, std::string>& hookErrors() const;
     LoginItemState loginItem() const;
     std::optional<std::string> loginItemError() const;
     const std::unordered_map<ProcessIdentity, std::optional<std::string>>& agentHosts() const {
@@ -175,6 +191,7 @@ private:
     ShortcutChoices shortcutChoices_;
     std::map<ShortcutAction, ShortcutProblem> shortcutProblems_;
     std::optional<LoginItemSwitch> loginItem_;
+    std::optional<HookActions> hooks_;
     std::optional<std::string> helperError_;
     // What the display controller was last told about the hold.
     std::optional<bool> displayHolding_;

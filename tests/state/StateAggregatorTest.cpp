@@ -283,8 +283,7 @@ TEST(StateAggregatorTest, Scenarios) {
 TEST(StateAggregatorTest, PostsTheNoticesTheLabsReplayFindsForARecording) {
     auto recording = LabFormat::recording(readFile(fixture("lab/notices.jsonl")));
     World world;
-    AgentNoticeSettings{.waiting = true, .finished = true, .onlyWhenAway = false}.save(
-        world.defaults);
+    AgentNoticeFeed::Conditions::replay().settings.save(world.defaults);
     world.make();
     for (const auto& sample : recording.samples)
         world.tick(sample.frame);
@@ -387,6 +386,9 @@ TEST(StateAggregatorTest, PerformsWhatThePanelOffersAndLeavesWindowsToTheShell) 
         {A::stopReachable(), [&] { return !state.reachable().until; }},
         {A::setAgentRule("codex", AgentRule::ignore),
          [&] { return state.settings().rule("codex") == AgentRule::ignore; }},
+        // The saved rules name only the agents treated apart.
+        {A::setAgentRule("codex", AgentRule::automatic),
+         [&] { return state.settings().agentRules.empty(); }},
         {A::dismissLidClosedHint(), [&] { return state.panelInput().lidClosedHintDismissed; }},
     };
     for (const auto& [action, done] : cases) {
@@ -395,6 +397,10 @@ TEST(StateAggregatorTest, PerformsWhatThePanelOffersAndLeavesWindowsToTheShell) 
     }
     for (const auto& action : {A::openLoginItems(), A::setUpLidClosed(), A::openHelp()})
         EXPECT_FALSE(state.perform(action)) << PanelText::title(action);
+    // Settings equal to the current ones are not saved again.
+    world.defaults.remove(defaults_keys::detectionSettings);
+    state.setSettings(state.settings());
+    EXPECT_FALSE(world.defaults.value(defaults_keys::detectionSettings));
 }
 
 TEST(StateAggregatorTest, SwitchingOffEndsPauseAndReachable) {
@@ -422,18 +428,6 @@ TEST(StateAggregatorTest, StoredSwitchesAreRestoredAndImplausibleOnesDropped) {
     EXPECT_FALSE(state.pause().until);
     EXPECT_EQ(state.reachable().until, at(3600));
     EXPECT_EQ(state.mode(), AwakeMode::always);
-}
-
-TEST(StateAggregatorTest, RulesAndSettingsAreSavedOnlyWhenChanged) {
-    World world;
-    auto& state = world.make();
-    state.setRule(AgentRule::ignore, "claude");
-    EXPECT_EQ(state.settings().rule("claude"), AgentRule::ignore);
-    state.setRule(AgentRule::automatic, "claude");
-    EXPECT_FALSE(state.settings().agentRules.contains("claude"));
-    world.defaults.remove(defaults_keys::detectionSettings);
-    state.setSettings(state.settings());
-    EXPECT_FALSE(world.defaults.value(defaults_keys::detectionSettings));
 }
 
 }  // namespace
