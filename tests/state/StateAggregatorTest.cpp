@@ -31,17 +31,14 @@ using namespace testing;
 std::vector<std::string>* gLog = nullptr;
 
 struct FakePower final : PowerHolding {
-    bool isHeld = false;
-    std::string reason;
-    bool held() const override { return isHeld; }
+    std::optional<std::string> reason;
+    bool held() const override { return reason.has_value(); }
     void hold(const std::string& why) override {
-        if (!isHeld || why != reason) gLog->push_back("hold " + why);
-        isHeld = true;
+        if (why != reason) gLog->push_back("hold " + why);
         reason = why;
     }
     void release() override {
-        if (isHeld) gLog->push_back("release");
-        isHeld = false;
+        if (std::exchange(reason, std::nullopt)) gLog->push_back("release");
     }
 };
 
