@@ -37,8 +37,7 @@ bool engineIsRoot(const ProcessInfoRow& row, const AgentMatch& match, const RowI
         if (ancestor == rows.end()) break;
         const AgentMatch* ancestorMatch = matchOf(matches, current);
         if (ancestorMatch && ancestorMatch->definition.id == match.definition.id &&
-            (ancestorMatch->role == AgentRole::engine ||
-             ancestorMatch->role == AgentRole::session))
+            (ancestorMatch->role == AgentRole::engine || ancestorMatch->role == AgentRole::session))
             return false;
         current = ancestor->second->ppid;
     }

@@ -141,8 +141,9 @@ TEST(EvidenceCollectorTest, CodexsDaemonSpeaksForTheSessionThatStartedIt) {
     const std::string daemon =
         "/h/.codex/packages/app-server-daemon/releases/0.169.0-x86_64-unknown-linux-musl/bin/codex";
     const std::string hook = "/b/libexec/vigilmoth/VigilmothHook";
-    const std::string sandbox[] = {"codex-linux-sandbox", "--sandbox-policy-cwd", "/w",
-                                   "--command-cwd", "/w", "--permission-profile"};
+    const std::string sandbox[] = {
+        "codex-linux-sandbox", "--sandbox-policy-cwd", "/w", "--command-cwd", "/w",
+        "--permission-profile"};
     const std::vector<ProcessInfoRow> session = {
         command(30716, 1, "/usr/bin/node", {"node", "/a/codex/node_modules/.bin/codex"}),
         command(30733, 30716, "/a/codex/node_modules/@openai/codex-linux-x64/vendor/bin/codex",
@@ -165,8 +166,7 @@ TEST(EvidenceCollectorTest, CodexsDaemonSpeaksForTheSessionThatStartedIt) {
                        R"({"0cb2ab81e549f5a8":{"state":"waiting","event":"PermissionRequest",)"
                        R"("at":1800000001.0}}})");
     harness.census->rows = session;
-    harness.census->rows->insert(harness.census->rows->end(), daemonTree.begin(),
-                                 daemonTree.end());
+    harness.census->rows->insert(harness.census->rows->end(), daemonTree.begin(), daemonTree.end());
     auto agents = harness.tick(2).frame.agents;
     ASSERT_EQ(agents.size(), 1u) << "the daemon and the sandbox wrappers are the session's";
     EXPECT_EQ(agents[0].pid, 30716);
