@@ -108,11 +108,6 @@ TEST(AgentMatchingTest, ExclusionsGiveHelperAndEngineRolesInOrder) {
         {"/usr/bin/codex", {"codex", "app-server", "--listen", "unix://"}, "codex", helper},
         {"/usr/bin/codex", {"codex", "exec-server"}, "codex", helper},
         {"/usr/bin/codex", {"codex", "exec", "hi"}, "codex", session},
-        // Its sandbox wrapper is its own executable under another argument 0.
-        {"/home/u/.codex/packages/app-server-daemon/releases/0.169.0/bin/codex",
-         {"codex-linux-sandbox", "--sandbox-policy-cwd", "/w", "--command-cwd", "/w"},
-         "codex",
-         helper},
         {"/bin/node", {"cline", "--cline-hub-daemon"}, "cline", helper},
         // Claude Code from npm starting itself, and as its bundled ripgrep.
         {kClaudeNpm, {kClaudeNpm, "daemon", "run"}, "claude", helper},

@@ -54,7 +54,6 @@ struct Harness {
         sources.catalog = catalog;
         sources.now = [this] { return now; };
         sources.awakeSeconds = [this] { return std::optional(awake); };
-        sources.hookDirectory = (home.path() / "hooks").string();
         collector = std::make_unique<EvidenceCollector>(std::move(sources));
     }
     EvidenceSample tick(double seconds, std::optional<double> awakeSeconds = std::nullopt) {
@@ -125,62 +124,6 @@ TEST(EvidenceCollectorTest, ASleepEmptiesTheChildWindowsAndMeasuresNoInterval) {
     harness.census->rows = {{agent, child}};
     EXPECT_EQ(harness.tick(1).frame.agents.at(0).busyChildCommands, 0)
         << "the window before the sleep is gone: only the recent half has samples";
-}
-
-ProcessInfoRow command(int32_t pid, int32_t ppid, std::string path,
-                       std::vector<std::string> arguments) {
-    ProcessInfoRow row = process(pid, ppid, std::move(path));
-    row.arguments = std::move(arguments);
-    return row;
-}
-
-// A real Codex session (npm, 0.169.0) running `sleep 20` in its sandbox: its managed daemon runs
-// the hooks and the commands, and speaks for the session until the session quits.
-TEST(EvidenceCollectorTest, CodexsDaemonSpeaksForTheSessionThatStartedIt) {
-    Harness harness;
-    const std::string daemon =
-        "/h/.codex/packages/app-server-daemon/releases/0.169.0-x86_64-unknown-linux-musl/bin/codex";
-    const std::string hook = "/b/libexec/vigilmoth/VigilmothHook";
-    const std::string sandbox[] = {
-        "codex-linux-sandbox", "--sandbox-policy-cwd", "/w", "--command-cwd", "/w",
-        "--permission-profile"};
-    const std::vector<ProcessInfoRow> session = {
-        command(30716, 1, "/usr/bin/node", {"node", "/a/codex/node_modules/.bin/codex"}),
-        command(30733, 30716, "/a/codex/node_modules/@openai/codex-linux-x64/vendor/bin/codex",
-                {"/a/codex/node_modules/@openai/codex-linux-x64/vendor/bin/codex"})};
-    std::vector<ProcessInfoRow> daemonTree = {
-        command(30863, 30733, daemon,
-                {daemon, "app-server", "--listen", "unix://", "--analytics-default-enabled",
-                 "--managed-daemon"}),
-        command(30960, 30733, daemon, {daemon, "app-server", "daemon", "pid-update-loop"}),
-        command(31136, 30863, "/usr/bin/bash",
-                {"/bin/bash", "-c",
-                 "[ -x '" + hook + "' ] && '" + hook + "' codex PreToolUse v=1 || true"}),
-        command(31137, 31136, hook, {hook, "codex", "PreToolUse", "v=1"}),
-        command(31395, 30863, daemon, {std::begin(sandbox), std::end(sandbox)}),
-        command(31401, 31395, "/usr/bin/bwrap", {"bwrap", "--as-pid-1", "--new-session"}),
-        command(31402, 31401, daemon, {std::begin(sandbox), std::end(sandbox)}),
-        command(31403, 31402, "/usr/bin/sleep", {"sleep", "20"})};
-    testing::writeFile(harness.home.path() / "hooks" / "codex-30863.json",
-                       R"({"v":1,"agent":"codex","pid":30863,"start":31863.0,"sessions":)"
-                       R"({"0cb2ab81e549f5a8":{"state":"waiting","event":"PermissionRequest",)"
-                       R"("at":1800000001.0}}})");
-    harness.census->rows = session;
-    harness.census->rows->insert(harness.census->rows->end(), daemonTree.begin(), daemonTree.end());
-    auto agents = harness.tick(2).frame.agents;
-    ASSERT_EQ(agents.size(), 1u) << "the daemon and the sandbox wrappers are the session's";
-    EXPECT_EQ(agents[0].pid, 30716);
-    EXPECT_EQ(agents[0].role, AgentRole::session);
-    EXPECT_EQ(agents[0].hookState, ReportedState::waitingForUser);
-    EXPECT_EQ(agents[0].childCommands, 2) << "bwrap and sleep; the hook's own run is none";
-
-    daemonTree[0].ppid = 1;
-    daemonTree[1].ppid = 1;
-    harness.census->rows = daemonTree;
-    agents = harness.tick(2).frame.agents;
-    ASSERT_EQ(agents.size(), 1u);
-    EXPECT_EQ(agents[0].pid, 30863) << "once the session quit, the daemon is an engine alone";
-    EXPECT_EQ(agents[0].role, AgentRole::engine);
 }
 
 TEST(EvidenceCollectorTest, AnUnreadableTableIsBridgedForThirtySeconds) {

@@ -40,8 +40,7 @@ const std::map<std::pair<std::string, int>, AgentRole> kRoles = {
 };
 
 // Per run, the instances: agent, role, root process and number of processes. Codex's managed
-// app-server daemon is an engine that belongs to the session that started it, with the hooks
-// and sandboxed commands it runs for it.
+// app-server daemon is an engine of the session that started it, with what it runs for it.
 const std::map<std::string, std::vector<std::string>> kInstances = {
     {"amp", {"amp session 28736 11"}},
     {"claude", {"claude session 12414 16"}},
