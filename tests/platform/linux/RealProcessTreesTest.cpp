@@ -47,7 +47,7 @@ const std::map<std::string, std::vector<std::string>> kInstances = {
     {"claude-firstrun2", {"claude session 5885 1"}},
     {"claude-p", {"claude session 6738 3"}},
     {"cn", {"cn session 29107 9"}},
-    {"codex", {"codex session 18256 11"}},
+    {"codex", {"codex session 18256 22"}},
     {"codex-daemon", {"codex session 19504 8"}},
     {"codex-exec", {"codex session 6552 9"}},
     {"copilot", {"copilot session 21961 79"}},
