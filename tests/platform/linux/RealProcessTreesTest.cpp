@@ -30,7 +30,7 @@ struct Record {
 };
 
 // Agent processes that are not sessions: Claude Code's ripgrep (its own executable as "rg"),
-// Codex's managed app-server daemon, its pid-update loops and its sandbox wrappers.
+// Codex's managed app-server daemon and its pid-update loops.
 const std::map<std::pair<std::string, int>, AgentRole> kRoles = {
     {{"claude", 12441}, AgentRole::helper},       {{"claude", 12442}, AgentRole::helper},
     {{"claude-p", 6752}, AgentRole::helper},      {{"codex", 18289}, AgentRole::engine},
@@ -39,8 +39,7 @@ const std::map<std::pair<std::string, int>, AgentRole> kRoles = {
     {{"codex-daemon", 20086}, AgentRole::helper}, {{"codex-daemon", 20092}, AgentRole::helper},
 };
 
-// Per run, the instances: agent, role, root process and number of processes. Codex's managed
-// app-server daemon is an engine of the session that started it, with what it runs for it.
+// Per run, the instances: agent, role, root process and number of processes.
 const std::map<std::string, std::vector<std::string>> kInstances = {
     {"amp", {"amp session 28736 11"}},
     {"claude", {"claude session 12414 16"}},
