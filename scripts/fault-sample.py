@@ -142,7 +142,7 @@ def run(only, build_dir):
     subprocess.run(configure, check=True, stdout=subprocess.DEVNULL)
     build = ["cmake", "--build", str(build_dir), "--target", "vigilmoth_tests", "-j", str(os.cpu_count() or 2)]
     subprocess.run(build, check=True, stdout=subprocess.DEVNULL)
-    tests = build_dir / "bin" / "vigilmoth_tests"
+    tests = build_dir / "tests" / "vigilmoth_tests"
     results = {"caught": [], "missed": [], "gone": [], "does not build": []}
     for fault_id, kind, rel, text, mutated in read_list():
         if only and fault_id not in only:

@@ -107,9 +107,11 @@ AgentDefinition codex() {
     AgentDefinition definition = verifiedCli("codex", "Codex");
     definition.level = Level::state;
     // Both words together mark the managed engine, so that exclusion must come before the
-    // one for "app-server" alone.
+    // one for "app-server" alone. The sandbox wrappers are Codex's own executable under
+    // another argument 0, put around each command it runs.
     definition.exclusions = {
         {ProcessMatcher::name("codex-code-mode-host"), ArgumentPattern::any(), AgentRole::helper},
+        {ProcessMatcher::name("codex-linux-sandbox"), ArgumentPattern::any(), AgentRole::helper},
         anyProcess(ArgumentPattern::contains({"app-server", "--managed-daemon"}),
                    AgentRole::engine),
         anyProcess(ArgumentPattern::contains({"app-server"}), AgentRole::helper),

@@ -25,7 +25,9 @@ bool sessionIsRoot(const ProcessInfoRow& row, const AgentMatch& match, const Mat
     return parent->role == AgentRole::engine || parent->role == AgentRole::helper;
 }
 
-// An engine started by another engine of the same agent belongs to that one.
+// An engine started by another engine or by a session of the same agent belongs to that one:
+// Codex's managed daemon runs the session's commands and hooks, and is a root of its own only
+// once the session that started it has gone.
 bool engineIsRoot(const ProcessInfoRow& row, const AgentMatch& match, const RowIndex& rows,
                   const Matches& matches) {
     std::unordered_set<int32_t> visited = {row.pid};
@@ -34,8 +36,8 @@ bool engineIsRoot(const ProcessInfoRow& row, const AgentMatch& match, const RowI
         auto ancestor = rows.find(current);
         if (ancestor == rows.end()) break;
         const AgentMatch* ancestorMatch = matchOf(matches, current);
-        if (ancestorMatch && ancestorMatch->role == AgentRole::engine &&
-            ancestorMatch->definition.id == match.definition.id)
+        if (ancestorMatch && ancestorMatch->definition.id == match.definition.id &&
+            (ancestorMatch->role == AgentRole::engine || ancestorMatch->role == AgentRole::session))
             return false;
         current = ancestor->second->ppid;
     }

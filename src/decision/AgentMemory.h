@@ -36,6 +36,8 @@ struct AgentMemory {
     std::optional<Date> hookIdleAt;
     std::optional<Date> workAfterHookIdleAt;
     std::optional<Date> approvalSignsSince;
+    // The agent's child commands at the last tick: one more while it waits is the user's answer.
+    std::optional<int> childCommands;
     // The last 30 seconds of processor samples.
     std::vector<CPUSample> cpuSamples;
 

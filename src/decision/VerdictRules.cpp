@@ -145,12 +145,20 @@ std::optional<ReportedState> reportedState(const AgentMemory& memory,
 std::optional<ReportedState> statedState(const AgentEvidence& evidence, const AgentMemory& memory,
                                          const DetectionSettings& settings, Date now) {
     const auto reported = reportedState(memory, settings, now);
+    const bool statesLevel = evidence.level == AgentDefinition::Level::state;
+    // An idle report outlives the hook file's freshness: it stands until something new happens.
+    if (!evidence.hookState && !statesLevel && memory.hookIdleAt) return ReportedState::idle;
     const auto h = usableHookAt(evidence, now);
     if (!h) return reported;
-    const bool statesLevel = evidence.level == AgentDefinition::Level::state;
     const ReportedState hook = *evidence.hookState;
+    const bool oneHookFile = statesLevel && !evidence.hookStateBySession;
     if (hook == ReportedState::waitingForUser) {
-        return memory.endedHookWaitAt == h ? reported : hook;
+        if (memory.endedHookWaitAt == h) return reported;
+        // A denied prompt or Esc fires no hook; the session files say so later.
+        const bool sessionSaysIdle =
+            oneHookFile && reported == ReportedState::idle &&
+            between(memory.lastReport ? memory.lastReport->since : std::nullopt, *h, now);
+        return sessionSaysIdle ? ReportedState::idle : hook;
     }
     if (CursorApprovalRule::endedByStopHook(evidence, now)) return ReportedState::idle;
     if (now - *h <= freshHookAge) {
@@ -158,7 +166,7 @@ std::optional<ReportedState> statedState(const AgentEvidence& evidence, const Ag
             return reported == ReportedState::working ? ReportedState::working
                                                       : ReportedState::idle;
         }
-        if (!statesLevel || evidence.hookStateBySession) return ReportedState::working;
+        if (!oneHookFile) return ReportedState::working;
         // One hook file for the whole agent: its session files may know better.
         const bool sessionSaysIdle =
             reported == ReportedState::idle &&
@@ -280,8 +288,10 @@ void noteHookWait(const AgentEvidence& evidence, AgentMemory& memory,
         return;
     }
     if (memory.endedHookWaitAt == h) return;
-    if (showsWorkBelow(evidence)) {
-        // Something runs again, so the user has answered.
+    const bool commandStarted =
+        memory.childCommands && evidence.childCommands > *memory.childCommands;
+    if (showsWorkBelow(evidence) || commandStarted) {
+        // Something runs again, or a command started while it asked: the user has answered.
         memory.endedHookWaitAt = h;
     } else if (reportedState(memory, settings, now) != ReportedState::working) {
         memory.endedHookWaitAt.reset();
@@ -306,9 +316,12 @@ void noteHookWork(const AgentEvidence& evidence, AgentMemory& memory, Date now) 
 }
 
 void noteHookIdle(const AgentEvidence& evidence, AgentMemory& memory, Date now) {
-    const auto h = usableHookAt(evidence, now);
+    auto h = usableHookAt(evidence, now);
+    // The reader leaves an idle report out once it is older than its freshness; it still holds.
+    const bool agedOut = !evidence.hookState && memory.hookIdleAt;
+    if (agedOut) h = memory.hookIdleAt;
     if (evidence.level == AgentDefinition::Level::state || !h ||
-        evidence.hookState != ReportedState::idle) {
+        (!agedOut && evidence.hookState != ReportedState::idle)) {
         memory.hookIdleAt.reset();
         memory.workAfterHookIdleAt.reset();
         return;
@@ -399,6 +412,7 @@ void note(const AgentEvidence& evidence, AgentMemory& memory, const DetectionSet
     memory.approvalSignsSince =
         CursorApprovalRule::signs(evidence, now) ? std::optional(kept.value_or(now)) : std::nullopt;
 
+    memory.childCommands = evidence.childCommands;
     noteCPU(evidence, memory, now);
     noteWeakOnly(memory, statedState(evidence, memory, settings, now) == ReportedState::working,
                  settings, now);

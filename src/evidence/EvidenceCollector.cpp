@@ -40,6 +40,16 @@ bool isCursorExtensionHost(const ProcessInfoRow& row) {
            row.executablePath.find("/Cursor.app/Contents/Frameworks/") != std::string::npos;
 }
 
+// vigilmoth's own hook, run by the agent to report its state: the shell the agent starts it
+// with names it, or it is started directly. Its run is no work of the agent's.
+bool isHookRun(const ProcessInfoRow& row) {
+    constexpr std::string_view hook = "VigilmothHook";
+    if (lastComponent(row.executablePath) == hook) return true;
+    return std::any_of(row.arguments.begin(), row.arguments.end(), [&](const std::string& word) {
+        return word.find(hook) != std::string::npos;
+    });
+}
+
 double defaultMonotonicSeconds() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
         .count();
@@ -540,7 +550,8 @@ void EvidenceCollector::noteUse(const AgentInstance& instance, AgentEvidence& ev
     ProcessCensus::ChildrenIndex children;
     Date now = tick.time.at;
     for (const auto& row : instance.rows) {
-        if (agentPIDs.contains(row.pid) || !agentPIDs.contains(row.ppid)) continue;
+        if (agentPIDs.contains(row.pid) || !agentPIDs.contains(row.ppid) || isHookRun(row))
+            continue;
         if (cursor && (!AgentDefinitions::cursorShells().contains(
                            std::string(lastComponent(row.executablePath))) ||
                        !belowExtensionHost(row)))

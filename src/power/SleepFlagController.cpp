@@ -265,10 +265,12 @@ bool SleepFlagController::offOwed() const {
     return (sleepDisabled_ || flagUnconfirmed_) && helperStatus_ == HelperStatus::enabled;
 }
 
-void SleepFlagController::stopWanting() {
+bool SleepFlagController::stopWanting() {
     wanted_ = false;
     heartbeat_.reset();
-    if (offOwed() && !sending_) send(false, "the flag is no longer wanted");
+    if (!offOwed() || sending_) return false;
+    send(false, "the flag is no longer wanted");
+    return true;
 }
 
 void SleepFlagController::clearForQuit(double timeoutSeconds) {

@@ -79,7 +79,8 @@ public:
     void replaceHelper(const std::string& ifNotVersion);
     // `done` learns whether the helper confirmed the value.
     void send(bool value, const std::string& reason, std::function<void(bool)> done = {});
-    void stopWanting();
+    // True when it sent the "off" still owed to the helper itself.
+    bool stopWanting();
     void clearForQuit(double timeoutSeconds);
     // A detection sample arrived: held-back heartbeats go on.
     void sampled();

@@ -9,6 +9,7 @@
 #include "decision/DetectionSettingsStore.h"
 #include "state/AgentRules.h"
 #include "ui/HoldHeadlineText.h"
+#include "ui/MenuBarVisibility.h"
 #include "ui/PanelText.h"
 #include "ui/SafetyStopText.h"
 
@@ -61,6 +62,8 @@ StateAggregator::StateAggregator(AggregatorParts parts)
     mode_ = storedAwakeMode(defaults.stringValue(defaults_keys::mode));
     settings_ = DetectionSettingsStore::load(defaults, AgentCatalog::standard());
     noticeSettings_ = AgentNoticeSettings::load(defaults);
+    showMenuBarIcon_ = MenuBarVisibility::isShown(defaults);
+    shortcutChoices_ = ShortcutStore::load(defaults);
     safetyMonitor_.batteryFloorPercent = settings_.batteryFloorPercent;
     safetyMonitor_.batteryFloorEnabled = settings_.batteryFloorEnabled;
 
@@ -79,6 +82,32 @@ StateAggregator::StateAggregator(AggregatorParts parts)
     engine_->onDecision = [this](const HoldDecision& decision) { apply(decision); };
     notices_.onChange = [this] { publish(); };
     hostActions_.onChange = [this] { publish(); };
+    if (auto* notifier = parts_.notices.notifier) {
+        // The notifier answers on the main loop, possibly after the aggregator has gone.
+        std::weak_ptr<StateAggregator*> alive = self_;
+        notifier->onDelivery = [alive](const std::string& id, AgentNoticeDelivery delivery) {
+            if (auto self = alive.lock()) (*self)->notices_.delivered(id, delivery);
+        };
+        notifier->onOpen = [alive](const AgentNoticeTarget& target) {
+            if (auto self = alive.lock())
+                (*self)->hostActions_.open(target, (*self)->engine_->readings());
+        };
+    }
+    if (parts_.loginItem) {
+        loginItem_.emplace(*parts_.loginItem, parts_.canSetUpHelper);
+        loginItem_->onChange = [this] { publish(); };
+    }
+    if (parts_.hookInstaller) {
+        hooks_.emplace(*parts_.hookInstaller);
+        hooks_->onChange = [this] { publish(); };
+    }
+    registerShortcuts();
+    if (parts_.display) {
+        std::weak_ptr<StateAggregator*> alive = self_;
+        parts_.display->start([alive] {
+            if (auto self = alive.lock()) (*self)->publish();
+        });
+    }
     armPauseTimer();
     armReachableTimer();
     engine_->start();
@@ -119,7 +148,7 @@ void StateAggregator::sampled(const DetectionSample& sample) {
 
     const auto& flag = parts_.sleepFlag;
     notices_.announceHiddenNotice(
-        {.showMenuBarIcon = true,
+        {.showMenuBarIcon = showMenuBarIcon_,
          .helperStatus = flag.helperStatus(),
          .sleepDisabled = flag.sleepDisabled(),
          .hasBattery = hasBattery_,
@@ -131,6 +160,8 @@ void StateAggregator::sampled(const DetectionSample& sample) {
                              .active = enabled_ && !pause_.isActive(sample.frame.at),
                              .labels = sessionLabels_},
                             parts_.now());
+
+    updateDisplay(context.lidClosed);
 
     const Date now = parts_.now();
     const auto beyond = [now](const std::optional<Date>& until, double horizon) {
@@ -157,7 +188,16 @@ void StateAggregator::apply(const HoldDecision& decision) {
     refreshRows();
     updatePower();
     syncSleepFlag();
+    if (displayHolding_ && *displayHolding_ != decision_.hold)
+        updateDisplay(engine_->frame() && engine_->frame()->context.lidClosed);
     publish();
+}
+
+void StateAggregator::updateDisplay(bool lidClosed) {
+    if (!parts_.display) return;
+    displayHolding_ = decision_.hold;
+    parts_.display->update(lidClosed, decision_.hold, settings_.displayOffLidClosed,
+                           settings_.dimAsLidCloses, parts_.now());
 }
 
 void StateAggregator::refreshRows() {
@@ -192,7 +232,8 @@ void StateAggregator::updatePower() {
 void StateAggregator::syncSleepFlag() {
     const bool wanted = decision_.lidClosedFlag;
     auto& flag = parts_.sleepFlag;
-    if (!wanted) flag.stopWanting();
+    // An "off" the controller still owed went out with this; the request must not send another.
+    if (!wanted && flag.stopWanting()) flagRequest_ = SleepFlagRequest{.sent = false};
     const bool ready = flag.helperStatus() == HelperStatus::enabled;
     const auto value = flagRequest_.next(wanted, ready, parts_.clock.awake());
     if (!value) return;
@@ -319,17 +360,208 @@ void StateAggregator::setRule(AgentRule rule, const std::string& agentID) {
     setSettings(AgentRules::withRule(settings_, agentID, rule));
 }
 
-void StateAggregator::noticeDelivered(const std::string& id, AgentNoticeDelivery delivery) {
-    notices_.delivered(id, delivery);
+bool StateAggregator::perform(const PanelAction& action) {
+    using Kind = PanelAction::Kind;
+    switch (action.kind) {
+        case Kind::pause:
+            startPause(action.pauseChoice);
+            return true;
+        case Kind::stayReachable:
+            startReachable(action.reachableChoice);
+            return true;
+        case Kind::setAgentRule:
+            setRule(action.rule, action.agentID);
+            return true;
+        case Kind::goToAgent:
+            goToAgent(action.identity, std::nullopt);
+            return true;
+        case Kind::tryHelperAgain:
+            repairHelper();
+            return true;
+        case Kind::dismissLidClosedHint:
+            parts_.defaults.set(defaults_keys::lidClosedHintDismissed, true);
+            publish();
+            return true;
+        case Kind::resume:
+            resumeNow();
+            return true;
+        case Kind::stopReachable:
+            stopReachable();
+            return true;
+        case Kind::dismissSleepNote:
+            sleepNote_.reset();
+            publish();
+            return true;
+        case Kind::openLoginItems:
+        case Kind::setUpLidClosed:
+        case Kind::agentNotListed:
+        case Kind::openAgentSettings:
+        case Kind::openHelp:
+            break;
+    }
+    return false;
 }
 
-bool StateAggregator::openNotice(const AgentNoticeTarget& target) {
-    return hostActions_.open(target, engine_->readings());
+void StateAggregator::setHooks(const HookCatalogEntry& entry, bool on) {
+    if (hooks_) hooks_->setHooks(entry, on);
+}
+
+void StateAggregator::refreshHookStatuses() {
+    if (hooks_) hooks_->refreshHookStatuses();
+}
+
+const std::map<std::string, HookStatus>& StateAggregator::hookStatuses() const {
+    static const std::map<std::string, HookStatus> none;
+    return hooks_ ? hooks_->hookStatuses() : none;
+}
+
+const std::map<std::string, std::string>& StateAggregator::hookErrors() const {
+    static const std::map<std::string, std::string> none;
+    return hooks_ ? hooks_->hookErrors() : none;
+}
+
+void StateAggregator::setUpHelper() {
+    runHelperAction([this] { return parts_.sleepFlag.install(); });
+}
+
+void StateAggregator::removeHelper() {
+    runHelperAction([this] { return parts_.sleepFlag.uninstall(); });
+}
+
+void StateAggregator::removeSudoersEntry() {
+    runHelperAction([this]() -> std::optional<std::string> {
+        try {
+            parts_.sleepFlag.removeSudoersEntry();
+        } catch (const SudoersCleanupError& error) {
+            return error.what();
+        }
+        return std::nullopt;
+    });
+}
+
+void StateAggregator::repairHelper() {
+    parts_.sleepFlag.repairHelper();
+    publish();
+}
+
+void StateAggregator::runHelperAction(const std::function<std::optional<std::string>()>& action) {
+    helperError_ = action();
+    // The panel shows already that the user must allow the helper.
+    if (parts_.sleepFlag.helperStatus() == HelperStatus::requiresApproval) helperError_.reset();
+    syncSleepFlag();
+    publish();
+}
+
+void StateAggregator::setNoticeSettings(const AgentNoticeSettings& settings) {
+    if (settings == noticeSettings_) return;
+    noticeSettings_ = settings;
+    noticeSettings_.save(parts_.defaults);
+}
+
+void StateAggregator::setShowMenuBarIcon(bool shown) {
+    parts_.defaults.set(defaults_keys::showMenuBarIcon, shown);
+    showMenuBarIcon_ = shown;
+}
+
+void StateAggregator::setOpenAtLogin(bool on) {
+    if (loginItem_) loginItem_->setOpenAtLogin(on);
+}
+
+LoginItemState StateAggregator::loginItem() const {
+    return loginItem_ ? loginItem_->state() : LoginItemState::unavailable;
+}
+
+std::optional<std::string> StateAggregator::loginItemError() const {
+    return loginItem_ ? loginItem_->error() : std::nullopt;
+}
+
+void StateAggregator::refreshAgentHosts(bool again) {
+    hostActions_.refreshAgentHosts(engine_->readings(), again);
 }
 
 bool StateAggregator::goToAgent(const ProcessIdentity& identity,
                                 std::optional<std::int32_t> fallback) {
     return hostActions_.goToAgent(identity, fallback, engine_->readings());
+}
+
+void StateAggregator::registerShortcuts() {
+    if (!parts_.hotKeys) return;
+    const auto taken = parts_.hotKeys->systemShortcuts();
+    for (const auto action : {ShortcutAction::toggle, ShortcutAction::pauseOneHour})
+        registerShortcut(action, taken);
+}
+
+void StateAggregator::registerShortcut(ShortcutAction action,
+                                       const std::set<Shortcut::Keys>& taken) {
+    auto shortcut = shortcutChoices_.shortcut(action);
+    std::optional<ShortcutProblem> problem;
+    // The user's own keys were checked when recorded; a default is checked here, and one that
+    // is not usable is left unregistered and says why.
+    if (shortcut && !shortcutChoices_.recorded.contains(action)) {
+        if (!shortcut->hasModifier()) {
+            problem = ShortcutProblem::needsModifier;
+        } else if (ShortcutRules::reserved(*shortcut) || taken.contains(shortcut->keys())) {
+            problem = ShortcutProblem::usedBySystem;
+        }
+        if (problem) shortcut.reset();
+    }
+    std::weak_ptr<StateAggregator*> alive = self_;
+    const bool registered = parts_.hotKeys->registerShortcut(shortcut, action, [alive, action] {
+        const auto self = alive.lock();
+        if (!self) return;
+        if (action == ShortcutAction::toggle) {
+            (*self)->toggleEnabled();
+        } else {
+            (*self)->startPause(PauseChoice::oneHour);
+        }
+    });
+    if (shortcut && !registered) problem = ShortcutProblem::usedByAnotherApp;
+    setProblem(action, problem);
+}
+
+void StateAggregator::setProblem(ShortcutAction action, std::optional<ShortcutProblem> problem) {
+    if (problem) {
+        shortcutProblems_[action] = *problem;
+    } else {
+        shortcutProblems_.erase(action);
+    }
+}
+
+void StateAggregator::setShortcut(const std::optional<Shortcut>& shortcut, ShortcutAction action) {
+    if (shortcut) {
+        const auto other = action == ShortcutAction::toggle ? ShortcutAction::pauseOneHour
+                                                            : ShortcutAction::toggle;
+        const auto otherShortcut = shortcutChoices_.shortcut(other);
+        std::optional<ShortcutProblem> problem;
+        // A function key alone is refused too: it would stop working in every application.
+        if (!shortcut->hasModifier()) {
+            problem = ShortcutProblem::needsModifier;
+        } else if (ShortcutRules::reserved(*shortcut) ||
+                   (parts_.hotKeys &&
+                    parts_.hotKeys->systemShortcuts().contains(shortcut->keys()))) {
+            problem = ShortcutProblem::usedBySystem;
+        } else if (otherShortcut && otherShortcut->keys() == shortcut->keys()) {
+            problem = ShortcutProblem::usedTwice;
+        }
+        if (problem) {
+            setProblem(action, problem);
+            return;
+        }
+        shortcutChoices_.recorded[action] = *shortcut;
+        shortcutChoices_.cleared.erase(action);
+    } else {
+        shortcutChoices_.recorded.erase(action);
+        shortcutChoices_.cleared.insert(action);
+    }
+    ShortcutStore::save(shortcutChoices_, parts_.defaults);
+    registerShortcuts();
+}
+
+void StateAggregator::resetShortcut(ShortcutAction action) {
+    shortcutChoices_.recorded.erase(action);
+    shortcutChoices_.cleared.erase(action);
+    ShortcutStore::save(shortcutChoices_, parts_.defaults);
+    registerShortcuts();
 }
 
 void StateAggregator::macWillSleep() {
@@ -352,6 +584,7 @@ void StateAggregator::macWillSleep() {
         .waitingHold = waitingHold,
     };
     engine_->macWillSleep();
+    if (parts_.display) parts_.display->willSleep();
     publish();
 }
 
@@ -368,6 +601,8 @@ void StateAggregator::shutdown() {
     engine_->stop();
     pauseTimer_.reset();
     reachableTimer_.reset();
+    if (parts_.hotKeys) parts_.hotKeys->unregisterAll();
+    if (parts_.display) parts_.display->stop();
     parts_.sleepFlag.clearForQuit(kQuitFlagTimeout);
     parts_.power.release();
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,17 +13,23 @@
 #include "base/Date.h"
 #include "base/DetectionScheduling.h"
 #include "base/KeyValueStore.h"
+#include "base/Shortcut.h"
 #include "base/TimerScheduling.h"
 #include "catalog/ProcessCensus.h"
 #include "decision/DetectionEngine.h"
 #include "decision/DetectionSettings.h"
 #include "decision/SleepReason.h"
 #include "decision/TimedModes.h"
+#include "display/DisplayControlling.h"
 #include "power/PowerKeeper.h"
 #include "power/SafetyMonitor.h"
 #include "power/SleepFlagController.h"
 #include "state/AgentHostActions.h"
 #include "state/AggregatorNotices.h"
+#include "state/HookActions.h"
+#include "state/LoginItem.h"
+#include "state/ShortcutChoices.h"
+#include "ui/PanelAction.h"
 #include "ui/PanelInput.h"
 #include "ui/StateClock.h"
 
@@ -46,6 +53,13 @@ struct AggregatorParts {
     std::function<std::optional<std::string>(std::int32_t pid)> workingDirectory;
     std::function<Date()> now = Date::now;
     Calendar calendar;
+    // Each of these is absent where the system offers none.
+    DisplayControlling* display = nullptr;
+    HotKeyRegistering* hotKeys = nullptr;
+    LoginItemManaging* loginItem = nullptr;
+    HookInstaller* hookInstaller = nullptr;
+    // vigilmoth runs from a place from which it can be registered to open at login.
+    bool canSetUpHelper = true;
 };
 
 // The one central state: owns the detection engine, applies every decision to the power
@@ -87,11 +101,28 @@ public:
     void settlePause();
     void setRule(AgentRule rule, const std::string& agentID);
 
-    // The notifier's report on a posting, and a click on a notice.
-    void noticeDelivered(const std::string& id, AgentNoticeDelivery delivery);
-    bool openNotice(const AgentNoticeTarget& target);
-    // Brings forward the application of a session, else the `fallback` application.
+    // Carries out what the user chose in the panel; false for what only the shell can do
+    // (opening a window, a settings pane or a help page).
+    bool perform(const PanelAction& action);
+    // Records the user's keys for an action, none clearing it; refused keys change nothing but
+    // the action's problem.
+    void setShortcut(const std::optional<Shortcut>& shortcut, ShortcutAction action);
+    // The default again.
+    void resetShortcut(ShortcutAction action);
+    void setNoticeSettings(const AgentNoticeSettings& settings);
+    void setShowMenuBarIcon(bool shown);
+    void setOpenAtLogin(bool on);
+    void refreshAgentHosts(bool again);
+    // Brings the session's application forward, else the `fallback` application.
     bool goToAgent(const ProcessIdentity& identity, std::optional<std::int32_t> fallback);
+    // Without a hook installer these change and show nothing.
+    void setHooks(const HookCatalogEntry& entry, bool on);
+    void refreshHookStatuses();
+    // The lid-closed preferences' buttons for the sleep-flag helper.
+    void setUpHelper();
+    void removeHelper();
+    void removeSudoersEntry();
+    void repairHelper();
 
     void macWillSleep();
     void macDidWake();
@@ -105,11 +136,36 @@ public:
     const Reachable& reachable() const { return reachable_; }
     const HoldDecision& decision() const { return decision_; }
     const std::optional<SleepNote>& sleepNote() const { return sleepNote_; }
+    const std::unordered_map<ProcessIdentity, SessionHint>& sessionHints() const {
+        return sessionHints_;
+    }
+    bool hasBattery() const { return hasBattery_; }
+    bool onBattery() const { return onBattery_; }
+    std::optional<int> batteryPercent() const { return batteryPercent_; }
+    const MacSleepState& macSleep() const { return notices_.macSleep(); }
+    const StateClock& stateClock() const { return stateClock_; }
     const std::unordered_map<ProcessIdentity, std::string>& sessionLabels() const {
         return sessionLabels_;
     }
     const DetectionEngine& engine() const { return *engine_; }
     const AggregatorNotices& notices() const { return notices_; }
+    const AgentNoticeSettings& noticeSettings() const { return noticeSettings_; }
+    bool showMenuBarIcon() const { return showMenuBarIcon_; }
+    const ShortcutChoices& shortcutChoices() const { return shortcutChoices_; }
+    // By action; no entry: its shortcut is in force.
+    const std::map<ShortcutAction, ShortcutProblem>& shortcutProblems() const {
+        return shortcutProblems_;
+    }
+    // The last failure of a helper action, except one the panel shows already.
+    const std::optional<std::string>& helperError() const { return helperError_; }
+    // By hook catalog entry id.
+    const std::map<std::string, HookStatus>& hookStatuses() const;
+    const std::map<std::string, std::string>& hookErrors() const;
+    LoginItemState loginItem() const;
+    std::optional<std::string> loginItemError() const;
+    const std::unordered_map<ProcessIdentity, std::optional<std::string>>& agentHosts() const {
+        return hostActions_.agentHosts();
+    }
     const PanelInput& panelInput() const { return panelInput_; }
     std::uint64_t samples() const { return samples_; }
     // Runs when the published `PanelInput` changed.
@@ -119,6 +175,11 @@ private:
     void armPauseTimer();
     void armReachableTimer();
     bool flagInUse() const;
+    void updateDisplay(bool lidClosed);
+    void registerShortcuts();
+    void registerShortcut(ShortcutAction action, const std::set<Shortcut::Keys>& taken);
+    void setProblem(ShortcutAction action, std::optional<ShortcutProblem> problem);
+    void runHelperAction(const std::function<std::optional<std::string>()>& action);
     void publish();
 
     AggregatorParts parts_;
@@ -127,6 +188,14 @@ private:
     AwakeMode mode_ = AwakeMode::agentWorking;
     DetectionSettings settings_;
     AgentNoticeSettings noticeSettings_;
+    bool showMenuBarIcon_ = true;
+    ShortcutChoices shortcutChoices_;
+    std::map<ShortcutAction, ShortcutProblem> shortcutProblems_;
+    std::optional<LoginItemSwitch> loginItem_;
+    std::optional<HookActions> hooks_;
+    std::optional<std::string> helperError_;
+    // What the display controller was last told about the hold.
+    std::optional<bool> displayHolding_;
     Pause pause_;
     Reachable reachable_;
     HoldDecision decision_;

@@ -160,12 +160,12 @@ TEST(AgentCatalogTest, LooksUpDefinitionsById) {
 
 TEST(AgentCatalogTest, ExclusionsKeepTheirOrder) {
     const auto* codex = AgentCatalog::standard().definition("codex");
-    ASSERT_EQ(codex->exclusions.size(), 4u);
+    ASSERT_EQ(codex->exclusions.size(), 5u);
     // The managed engine must be recognised before the plain app-server helper.
-    EXPECT_EQ(codex->exclusions[1].arguments,
+    EXPECT_EQ(codex->exclusions[2].arguments,
               ArgumentPattern::contains({"app-server", "--managed-daemon"}));
-    EXPECT_EQ(codex->exclusions[1].role, AgentRole::engine);
-    EXPECT_EQ(codex->exclusions[2].role, AgentRole::helper);
+    EXPECT_EQ(codex->exclusions[2].role, AgentRole::engine);
+    EXPECT_EQ(codex->exclusions[3].role, AgentRole::helper);
 
     const auto* claude = AgentCatalog::standard().definition("claude");
     ASSERT_EQ(claude->matchers.size(), 3u);

@@ -2,10 +2,12 @@
 // replay is deterministic.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 
 #include "lab/LabReplay.h"
 #include "support/DecisionBuilders.h"
+#include "support/TestSupport.h"
 
 namespace vigilmoth {
 namespace {
@@ -266,6 +268,25 @@ TEST(LabReplayTest, AStreamScoresAsTheWholeRecordingWhereverItsHeaderIs) {
                                              std::nullopt));
         EXPECT_EQ(streamed.heldSeconds, 98.0) << "replayed in the header's mode";
         EXPECT_EQ(streamed.marks, 1);
+    }
+}
+
+// Runs of real agents (tools/real-agents), read as a user expects at each moment of moments.json.
+TEST(LabReplayTest, RealRunsReplayIntoWhatAUserExpects) {
+    std::ifstream runs(testing::fixture("real-runs/moments.json"));
+    for (const auto& run : nlohmann::json::parse(runs)) {
+        std::ifstream file(testing::fixture("real-runs/" + run.at("recording").get<std::string>()));
+        const auto recording = LabFormat::recording(file);
+        const auto steps = LabReplay::steps(recording, std::nullopt, std::nullopt);
+        for (const auto& moment : run.at("moments")) {
+            SCOPED_TRACE(run.at("recording").dump() + moment.dump());
+            const Date at = recording.samples.at(0).frame.at + moment.at(1).get<double>();
+            std::string state = "gone";
+            for (const auto& step : steps)
+                if (step.at <= at)
+                    state = labTruthWord(LabReplay::state(step, moment.at(0).get<std::string>()));
+            EXPECT_EQ(state, moment.at(2).get<std::string>());
+        }
     }
 }
 

@@ -6,47 +6,13 @@
 
 #include "base/DefaultsKeys.h"
 #include "power/SleepFlagController.h"
+#include "support/FakeSleepFlagHelper.h"
 #include "support/ManualTimers.h"
 
 namespace vigilmoth {
 namespace {
 
-struct FakeHelper final : HelperServiceManaging, SleepFlagHelperConnecting {
-    HelperStatus state = HelperStatus::enabled;
-    HelperStatus afterRegister = HelperStatus::enabled;
-    std::optional<HelperCallError> error;  // every call but status fails with it
-    std::vector<std::string> calls;
-
-    HelperStatus status() override { return state; }
-    std::optional<std::string> registerService() override {
-        calls.push_back("register");
-        state = afterRegister;
-        return std::nullopt;
-    }
-    std::optional<std::string> unregisterService() override {
-        calls.push_back("unregister");
-        state = HelperStatus::notRegistered;
-        return std::nullopt;
-    }
-    void setSleepDisabled(bool disabled, Reply reply) override {
-        calls.push_back(disabled ? "set on" : "set off");
-        reply(error);
-    }
-    void heartbeat(Reply reply) override {
-        calls.push_back("beat");
-        reply(error);
-    }
-    void status(StatusReply reply) override {
-        calls.push_back("status");
-        reply(HelperState{false, "vigilmoth", "1"}, std::nullopt);
-    }
-    void retire(Reply reply) override { reply(std::nullopt); }
-    bool setSleepDisabledWaiting(bool, double timeout) override {
-        calls.push_back("set off waiting " + std::to_string(static_cast<int>(timeout)));
-        return true;
-    }
-    void disconnect() override {}
-};
+using FakeHelper = testing::FakeSleepFlagHelper;
 
 struct Controller {
     FakeHelper helper;

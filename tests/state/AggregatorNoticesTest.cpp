@@ -1,16 +1,12 @@
-// Show that the aggregator's notices post what the lab's replay finds for the same recording,
-// keep a short history, announce a hidden notice once, and read the sleep timer sparingly.
+// Show that the aggregator's notices keep a short history, count the front application only
+// when asked to, announce a hidden notice once, and read the sleep timer sparingly.
 #include <gtest/gtest.h>
 
-#include "lab/LabFormat.h"
-#include "lab/LabNotices.h"
-#include "lab/LabReplay.h"
 #include "state/AggregatorNotices.h"
 #include "support/DecisionBuilders.h"
 #include "support/FakeNotificationCenter.h"
 #include "support/MachineWording.h"
 #include "support/TestSupport.h"
-#include "ui/AgentNoticeText.h"
 
 namespace vigilmoth {
 namespace {
@@ -79,24 +75,6 @@ protected:
          .notify = [this](const std::string& text) { posted.push_back(text); }}};
 };
 
-TEST_F(AggregatorNoticesTest, PostsTheNoticesTheLabsReplayFinds) {
-    auto recording = LabFormat::recording(testing::readFile(testing::fixture("lab/notices.jsonl")));
-    AggregatorNotices live({.notifier = &notifier});
-    AgentNoticeSituation replay{.settings = AgentNoticeFeed::Conditions::replay().settings};
-    for (const auto& step : LabReplay::steps(recording, std::nullopt, std::nullopt))
-        live.announceAgents({.readings = step.readings, .decision = step.decision}, replay,
-                            step.at);
-    std::vector<std::string> expected, posted;
-    for (const auto& told : LabNotices::notices(recording, std::nullopt)) {
-        auto content = AgentNoticeText::content(told.notice, {}, told.at);
-        expected.push_back(content.id + " " + content.title);
-    }
-    for (const auto& request : center.added)
-        posted.push_back(request.identifier + " " + request.title);
-    EXPECT_EQ(posted.size(), 5u);
-    EXPECT_EQ(posted, expected);
-}
-
 TEST_F(AggregatorNoticesTest, KeepsTheFiveNewestDecisionsNewestFirst) {
     announce(0, {});
     situation.active = false;
@@ -114,9 +92,6 @@ TEST_F(AggregatorNoticesTest, KeepsTheFiveNewestDecisionsNewestFirst) {
     EXPECT_EQ(entries.back().id, "skipped-1");
 
     EXPECT_EQ(entries.front().result.kind, AgentNoticeHistory::Result::Kind::sending);
-    notices.delivered(center.added.back().identifier, AgentNoticeDelivery::noBanner);
-    EXPECT_EQ(entries.front().result,
-              AgentNoticeHistory::Result::sent(AgentNoticeDelivery::noBanner));
 }
 
 TEST_F(AggregatorNoticesTest, TheFrontApplicationCountsOnlyWhenTheUserWantsToBeAway) {

@@ -1,17 +1,26 @@
 // Show the aggregator over stand-ins of every collaborator, driven by scripted ticks: what
-// reaches the power keeper, the sleep-flag helper and the notices, in order, as an agent works,
-// waits and finishes, through a pause, a reachable period, the safety limits and quitting; and
-// how it stores and restores the user's switches.
+// reaches the power keeper, the sleep-flag helper, the display, the shortcuts and the notices,
+// in order, as an agent works, waits and finishes, through a pause, a reachable period, the
+// safety limits and quitting; that a recording's samples post the notices the lab's replay
+// finds; and how it stores and restores the user's switches.
 #include "state/StateAggregator.h"
 
 #include <gtest/gtest.h>
 
 #include "base/DefaultsKeys.h"
+#include "decision/DetectionSettingsStore.h"
+#include "lab/LabFormat.h"
+#include "lab/LabNotices.h"
 #include "support/DecisionBuilders.h"
 #include "support/DetectionFakes.h"
 #include "support/FakeNotificationCenter.h"
+#include "support/FakeSleepFlagHelper.h"
+#include "support/FuzzInput.h"
+#include "support/MachineWording.h"
 #include "support/ManualTimers.h"
 #include "support/TestSupport.h"
+#include "ui/AgentNoticeText.h"
+#include "ui/PanelText.h"
 
 namespace vigilmoth {
 namespace {
@@ -22,39 +31,42 @@ using namespace testing;
 std::vector<std::string>* gLog = nullptr;
 
 struct FakePower final : PowerHolding {
-    bool isHeld = false;
-    std::string reason;
-    bool held() const override { return isHeld; }
+    std::optional<std::string> reason;
+    bool held() const override { return reason.has_value(); }
     void hold(const std::string& why) override {
-        if (!isHeld || why != reason) gLog->push_back("hold " + why);
-        isHeld = true;
+        if (why != reason) gLog->push_back("hold " + why);
         reason = why;
     }
     void release() override {
-        if (isHeld) gLog->push_back("release");
-        isHeld = false;
+        if (std::exchange(reason, std::nullopt)) gLog->push_back("release");
     }
 };
 
-struct FakeHelper final : HelperServiceManaging, SleepFlagHelperConnecting {
-    HelperStatus status() override { return HelperStatus::enabled; }
-    std::optional<std::string> registerService() override { return std::nullopt; }
-    std::optional<std::string> unregisterService() override { return std::nullopt; }
-    void setSleepDisabled(bool disabled, Reply reply) override {
-        gLog->push_back(disabled ? "flag on" : "flag off");
-        reply(std::nullopt);
+// Logs what it is told only when that changes.
+struct FakeDisplay final : DisplayControlling {
+    std::string told;
+    void start(std::function<void()>) override { gLog->push_back("display start"); }
+    void update(bool lidClosed, bool holding, bool, bool, Date) override {
+        auto now = std::string("display ") + (lidClosed ? "lid closed" : "lid open") +
+                   (holding ? ", holding" : "");
+        if (now != std::exchange(told, now)) gLog->push_back(now);
     }
-    void heartbeat(Reply reply) override { reply(std::nullopt); }
-    void status(StatusReply reply) override {
-        reply(HelperState{false, "vigilmoth", "1"}, std::nullopt);
+    void willSleep() override { gLog->push_back("display sleeps"); }
+    void stop() override { gLog->push_back("display stop"); }
+};
+
+struct FakeHotKeys final : HotKeyRegistering {
+    std::set<Shortcut::Keys> taken;
+    bool refuse = false;
+    std::map<ShortcutAction, std::function<void()>> press;
+    bool registerShortcut(const std::optional<Shortcut>& shortcut, ShortcutAction action,
+                          std::function<void()> onPress) override {
+        gLog->push_back("shortcut " + (shortcut ? shortcut->key : "none"));
+        press[action] = std::move(onPress);
+        return !refuse;
     }
-    void retire(Reply reply) override { reply(std::nullopt); }
-    bool setSleepDisabledWaiting(bool disabled, double timeout) override {
-        gLog->push_back(std::string(disabled ? "flag on" : "flag off") + " waiting " +
-                        std::to_string(static_cast<int>(timeout)));
-        return true;
-    }
-    void disconnect() override {}
+    void unregisterAll() override { gLog->push_back("shortcuts off"); }
+    std::set<Shortcut::Keys> systemShortcuts() override { return taken; }
 };
 
 struct NoCensus final : ProcessCensusing {
@@ -62,24 +74,17 @@ struct NoCensus final : ProcessCensusing {
     std::optional<ProcessInfoRow> row(int32_t) override { return std::nullopt; }
 };
 
-// One tick of the script: the clock, Claude's reported state (none: no agent), the power
-// facts, what the user does before the tick, and what reached the stand-ins after it.
-struct Step {
-    double seconds;
-    std::optional<ReportedState> claude;
-    FrameContext context;
-    std::function<void(StateAggregator&)> action;
-    std::vector<std::string> expected;
-};
-
-class StateAggregatorTest : public ::testing::Test {
-protected:
-    StateAggregatorTest() {
+// Every collaborator of one aggregator, and the calls that reached them.
+struct World {
+    World() {
         gLog = &log;
         setLogSink([](LogLevel, std::string_view, std::string_view) {});
         defaults.set(defaults_keys::helperWasSetUp, true);
+        helper.log = &log;
+        helper.beats = false;
+        defaults.set(defaults_keys::noticesFinished, true);
     }
-    ~StateAggregatorTest() override {
+    ~World() {
         aggregator.reset();
         setLogSink(writeLogLineToStandardError);
         gLog = nullptr;
@@ -100,137 +105,325 @@ protected:
                         .notify =
                             [this](const std::string& text) { log.push_back("notify " + text); }},
             .workingDirectory = [](std::int32_t) { return std::string("/home/u/moth"); },
-            .now = [this] { return at(seconds); }});
+            .now = [this] { return at(seconds); },
+            .display = &display,
+            .hotKeys = &hotKeys});
         return *aggregator;
     }
 
-    void tick(double at_, std::optional<ReportedState> claude, FrameContext context) {
-        seconds = at_;
-        timers.advance(at_ - timers.now);
-        std::vector<AgentEvidence> agents;
-        if (claude) agents.push_back(withHook(stateAgent(), *claude, at(at_)));
+    // One tick of the engine with `frame`, collected at its own time.
+    void tick(EvidenceFrame frame) {
+        seconds = frame.at - at(0);
+        timers.advance(seconds - timers.now);
         EvidenceSample sample;
-        sample.frame = frameAt(at(at_), agents);
-        sample.frame.awake = at_;
-        sample.frame.context = context;
+        sample.frame = std::move(frame);
         for (std::size_t i = 0; i < std::max<std::size_t>(1, scheduler.due().size()); ++i)
             collector.samples.push_back(sample);
         scheduler.collect();
         scheduler.drainMain();
         scheduler.drainMain();
         collector.samples.clear();
-    }
-
-    void run(const std::vector<Step>& script) {
-        auto& state = make();
-        for (const auto& step : script) {
-            SCOPED_TRACE(step.seconds);
-            seconds = step.seconds;
-            timers.advance(step.seconds - timers.now);
-            if (step.action) step.action(state);
-            tick(step.seconds, step.claude, step.context);
-            for (; notified < center.added.size(); ++notified)
-                log.push_back("notice " + center.added[notified].title);
-            EXPECT_EQ(std::exchange(log, {}), step.expected);
-        }
+        for (; posted < center.added.size(); ++posted)
+            log.push_back("notice " + center.added[posted].title);
     }
 
     std::vector<std::string> log;
     double seconds = 0;
     MemoryKeyValueStore defaults;
     ManualTimers timers;
-    FakeHelper helper;
+    FakeSleepFlagHelper helper;
     SleepFlagController flag{
         SleepFlagParts{helper, helper, nullptr, defaults, timers, [this] { return seconds; }, "1"}};
     FakePower power;
+    FakeDisplay display;
+    FakeHotKeys hotKeys;
     FakeScheduler scheduler;
     FakeCollector collector;
     FakeWatcher watcher;
     NoCensus census;
     FakeNotificationCenter center;
     Notifier notifier{center};
-    std::size_t notified = 0;
+    std::size_t posted = 0;
     std::unique_ptr<StateAggregator> aggregator;
+};
+
+// One tick of a script: the clock, Claude's reported state (none: no agent), the power facts,
+// what reached the stand-ins by its end (joined by "; "), and what happens before the tick.
+struct Step {
+    double seconds;
+    std::optional<ReportedState> claude;
+    FrameContext context;
+    std::string expected;
+    std::function<void(World&)> before = {};
+};
+
+struct Scenario {
+    const char* name;
+    // What the store holds before the start.
+    std::function<void(World&)> stored;
+    std::vector<Step> steps;
 };
 
 const FrameContext kMains{.batteryPercent = 80};
 const FrameContext kLidClosed{.onBattery = true, .batteryPercent = 60, .lidClosed = true};
+const FrameContext kHot{
+    .onBattery = true, .batteryPercent = 60, .lidClosed = true, .thermalState = 3};
+const FrameContext kLow{.onBattery = true, .batteryPercent = 12};
 
-TEST_F(StateAggregatorTest, AgentWorksWaitsAndFinishes) {
-    run({
-        {0, working, kMains, {}, {"hold vigilmoth: Claude Code is working", "flag on"}},
-        {2, working, kMains, {}, {}},
-        {4, waiting, kMains, {}, {"hold vigilmoth: Claude Code is waiting for you"}},
-        {6, waiting, kMains, {}, {}},
-        {8, idle, kMains, {}, {"hold vigilmoth: Claude Code finished a moment ago"}},
-        {10, idle, kMains, {}, {}},
-        {400, std::nullopt, kMains, {}, {"release", "flag off", "flag off"}},
-    });
+const std::string kHolds = "hold vigilmoth: Claude Code is working; display lid open, holding";
+// The helper hears "off" once.
+const std::string kReleased = "release; set off; display lid open";
+
+std::string joined(const std::vector<std::string>& calls) {
+    std::string text;
+    for (const auto& call : calls)
+        text += (text.empty() ? "" : "; ") + call;
+    return text;
 }
 
-TEST_F(StateAggregatorTest, PauseReachableAndQuit) {
-    const auto pauseHour = [](StateAggregator& s) { s.startPause(PauseChoice::oneHour); };
-    const auto reachable = [](StateAggregator& s) { s.startReachable(ReachableChoice::oneHour); };
-    const auto quit = [](StateAggregator& s) { s.shutdown(); };
-    run({
-        {0, working, kMains, {}, {"hold vigilmoth: Claude Code is working", "flag on"}},
-        {2, working, kMains, pauseHour, {"release", "flag off", "flag off"}},
-        {3602, working, kMains, {}, {"hold vigilmoth: Claude Code is working", "flag on"}},
-        {3604, std::nullopt, kMains, reachable, {"hold vigilmoth: stays reachable"}},
-        {3606, std::nullopt, kMains, quit, {"flag off waiting 2", "release"}},
-    });
-    EXPECT_FALSE(defaults.value(defaults_keys::pausedUntil));
-}
-
-TEST_F(StateAggregatorTest, SafetyStops) {
-    run({
-        {0, working, kLidClosed, {}, {"hold vigilmoth: Claude Code is working", "flag on"}},
-        {2,
-         working,
-         FrameContext{
-             .onBattery = true, .batteryPercent = 60, .lidClosed = true, .thermalState = 3},
+TEST(StateAggregatorTest, Scenarios) {
+    const auto hideIcon = [](World& w) { w.defaults.set(defaults_keys::showMenuBarIcon, false); };
+    // Ticks further apart than a stall would move the hold's end on.
+    const auto shortHolds = [](World& w) {
+        DetectionSettingsStore::save({.releaseAfterState = 10, .waitingHold = 20}, w.defaults);
+    };
+    const auto helperOff = [](World& w) { w.helper.state = HelperStatus::notRegistered; };
+    const auto pauseKey = [](World& w) { w.hotKeys.press.at(ShortcutAction::pauseOneHour)(); };
+    const auto reach = [](World& w) { w.aggregator->startReachable(ReachableChoice::oneHour); };
+    const auto stopReach = [](World& w) { w.aggregator->stopReachable(); };
+    const auto quit = [](World& w) { w.aggregator->shutdown(); };
+    const Step works{0, working, kMains, kHolds + "; set on"};
+    const Step stillWorks{2, working, kMains, ""};
+    // The helper is switched off while the flag is on; the status is read again after 30 s.
+    const std::vector<Step> switchedOff = {
+        works, {2, working, kMains, "", helperOff}, {32, working, kMains, ""}};
+    const auto plus = [](std::vector<Step> steps, const std::vector<Step>& more) {
+        steps.insert(steps.end(), more.begin(), more.end());
+        return steps;
+    };
+    const std::string cannotSleep = "notify " + worded(
+                                                    "Your Mac cannot sleep. Allow vigilmoth "
+                                                    "again in System Settings > General > "
+                                                    "Login Items.");
+    const std::vector<Scenario> scenarios = {
+        {"waits, told once, then the waiting hold ends",
+         shortHolds,
+         {works,
+          stillWorks,
+          {4, waiting, kMains, "hold vigilmoth: Claude Code is waiting for you"},
+          {7, waiting, kMains, "notice Claude Code is waiting for you"},
+          {9, waiting, kMains, ""},
+          {20, waiting, kMains, ""},
+          {25, waiting, kMains, kReleased}}},
+        {"finishes, told once, then the grace ends",
          {},
-         {"notify vigilmoth let your computer sleep because it got too hot", "release", "flag off",
-          "flag off"}},
-        {4, working, FrameContext{.onBattery = true, .batteryPercent = 10}, {}, {}},
-    });
+         {works,
+          stillWorks,
+          {4, idle, kMains, "hold vigilmoth: Claude Code finished a moment ago"},
+          {8, idle, kMains, "notice Claude Code finished"},
+          {10, idle, kMains, ""},
+          {400, std::nullopt, kMains, kReleased}}},
+        {"paused for an hour by the shortcut, its end, reachable, quit",
+         {},
+         {works,
+          {2, working, kMains, kReleased, pauseKey},
+          {3602, working, kMains, kHolds + "; set on"},
+          {3604, std::nullopt, kMains, "hold vigilmoth: stays reachable", reach},
+          {3606, std::nullopt, kMains, kReleased, stopReach},
+          {3608, working, kMains, kHolds + "; set on"},
+          {3610, working, kMains, "shortcuts off; display stop; set off waiting 2; release",
+           quit}}},
+        {"battery floor stop, told once",
+         {},
+         {works,
+          {2, working, kLow,
+           "notify " + worded("vigilmoth let your Mac sleep because the battery is at 12%") + "; " +
+               kReleased},
+          {4, working, kLow, ""}}},
+        {"too hot with the lid closed: the flag is cleared",
+         {},
+         {{0, working, kLidClosed,
+           "hold vigilmoth: Claude Code is working; display lid closed, holding; set on"},
+          {2, working, kHot,
+           "notify " + worded("vigilmoth let your Mac sleep because it got too hot") +
+               "; release; set off; display lid closed"}}},
+        {"the helper switched off with the flag on, the icon shown: nothing said",
+         {},
+         plus(switchedOff, {{34, working, kMains, ""}})},
+        // Said on the sample after the status was read, once.
+        {"the helper switched off with the flag on, the icon hidden: said once", hideIcon,
+         plus(switchedOff, {{34, working, kMains, cannotSleep}, {36, working, kMains, ""}})},
+    };
+    for (const auto& scenario : scenarios) {
+        SCOPED_TRACE(scenario.name);
+        World world;
+        if (scenario.stored) scenario.stored(world);
+        world.make();
+        EXPECT_EQ(joined(std::exchange(world.log, {})), "shortcut C; shortcut P; display start");
+        for (const auto& step : scenario.steps) {
+            SCOPED_TRACE(step.seconds);
+            world.seconds = step.seconds;
+            world.timers.advance(step.seconds - world.timers.now);
+            if (step.before) step.before(world);
+            std::vector<AgentEvidence> agents;
+            if (step.claude)
+                agents.push_back(withHook(stateAgent(), *step.claude, at(step.seconds)));
+            auto frame = frameAt(at(step.seconds), agents);
+            frame.awake = step.seconds;
+            frame.context = step.context;
+            world.tick(frame);
+            EXPECT_EQ(joined(std::exchange(world.log, {})), step.expected);
+        }
+    }
 }
 
-TEST_F(StateAggregatorTest, SwitchingOffEndsPauseAndReachable) {
-    auto& state = make();
-    tick(0, working, kMains);
+TEST(StateAggregatorTest, PostsTheNoticesTheLabsReplayFindsForARecording) {
+    auto recording = LabFormat::recording(readFile(fixture("lab/notices.jsonl")));
+    World world;
+    AgentNoticeFeed::Conditions::replay().settings.save(world.defaults);
+    world.make();
+    for (const auto& sample : recording.samples)
+        world.tick(sample.frame);
+    std::vector<std::string> expected, posted;
+    for (const auto& told : LabNotices::notices(recording, std::nullopt)) {
+        auto content = AgentNoticeText::content(told.notice, {}, told.at);
+        expected.push_back(content.id + " " + content.title);
+    }
+    for (const auto& request : world.center.added)
+        posted.push_back(request.identifier + " " + request.title);
+    EXPECT_EQ(posted.size(), 5u);
+    EXPECT_EQ(posted, expected);
+    // The notifier's reports reach the history.
+    EXPECT_EQ(world.aggregator->notices().history().entries.front().result,
+              AgentNoticeHistory::Result::sent(AgentNoticeDelivery::delivered));
+}
+
+TEST(StateAggregatorTest, ShortcutsAreCheckedRecordedAndKept) {
+    using enum ShortcutProblem;
+    using enum ShortcutAction;
+    World world;
+    // The system uses the pause's default already.
+    world.hotKeys.taken = {Shortcut::american(pauseOneHour).keys()};
+    const auto registered = [&] {
+        std::erase_if(world.log, [](const auto& call) { return !call.starts_with("shortcut "); });
+        return joined(std::exchange(world.log, {}));
+    };
+    // Each step: what the user does, what reached the hot keys, the problems then.
+    struct Step {
+        std::function<void(StateAggregator&)> act;
+        std::string registered;
+        std::map<ShortcutAction, ShortcutProblem> problems;
+    };
+    const auto set = [](std::optional<Shortcut> shortcut, ShortcutAction action) {
+        return [=](StateAggregator& s) { s.setShortcut(shortcut, action); };
+    };
+    const Step steps[] = {
+        {{}, "shortcut C; shortcut none", {{pauseOneHour, usedBySystem}}},
+        {set(Shortcut{12, Shortcut::command, "Q"}, toggle),
+         "",
+         {{toggle, usedBySystem}, {pauseOneHour, usedBySystem}}},
+        {set(Shortcut{96, 0, "F5"}, toggle),
+         "",
+         {{toggle, needsModifier}, {pauseOneHour, usedBySystem}}},
+        {set(Shortcut::american(toggle), pauseOneHour),
+         "",
+         {{toggle, needsModifier}, {pauseOneHour, usedTwice}}},
+        {set(Shortcut{40, 11, "K"}, pauseOneHour), "shortcut C; shortcut K", {}},
+        {set(std::nullopt, toggle), "shortcut none; shortcut K", {}},
+        {[](auto& s) { s.resetShortcut(toggle); }, "shortcut C; shortcut K", {}},
+    };
+    auto& state = world.make();
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.registered);
+        if (step.act) step.act(state);
+        EXPECT_EQ(registered(), step.registered);
+        EXPECT_EQ(state.shortcutProblems(), step.problems);
+    }
+    // The next start finds the recorded keys; a registration the system refuses says so.
+    world.hotKeys.refuse = true;
+    EXPECT_EQ(world.make().shortcutProblems(),
+              (std::map<ShortcutAction, ShortcutProblem>{{toggle, usedByAnotherApp},
+                                                         {pauseOneHour, usedByAnotherApp}}));
+    EXPECT_EQ(registered(), "shortcut C; shortcut K");
+}
+
+TEST(ShortcutStoreTest, KeepsTheChoicesAndReadsNothingFromWhatItCannotRead) {
+    ShortcutChoices kept;
+    kept.recorded[ShortcutAction::toggle] = {40, 11, "K"};
+    kept.cleared = {ShortcutAction::pauseOneHour};
+    MemoryKeyValueStore store;
+    ShortcutStore::save(kept, store);
+    EXPECT_EQ(ShortcutStore::load(store), kept);
+    const auto text = *store.stringValue(defaults_keys::shortcuts);
+    std::mt19937 random(13);
+    for (int i = 0; i < 300; ++i) {
+        store.set(defaults_keys::shortcuts, mutatedText(text, random));
+        store.set(
+            defaults_keys::shortcutsCleared,
+            nlohmann::json::parse(mutatedText(R"(["pauseOneHour"])", random), nullptr, false));
+        EXPECT_LE(ShortcutStore::load(store).recorded.size(), 1u);
+    }
+    for (const auto& odd :
+         {nlohmann::json(42), nlohmann::json(R"({"toggle":{"keyCode":70000}})")}) {
+        store.set(defaults_keys::shortcuts, odd);
+        EXPECT_TRUE(ShortcutStore::load(store).recorded.empty());
+    }
+}
+
+TEST(StateAggregatorTest, PerformsWhatThePanelOffersAndLeavesWindowsToTheShell) {
+    World world;
+    auto& state = world.make();
+    using A = PanelAction;
+    const std::pair<A, std::function<bool()>> cases[] = {
+        {A::pause(PauseChoice::oneHour), [&] { return state.pause().until == at(3600); }},
+        {A::resume(), [&] { return !state.pause().until; }},
+        {A::stayReachable(ReachableChoice::twoHours),
+         [&] { return state.reachable().until == at(7200); }},
+        {A::stopReachable(), [&] { return !state.reachable().until; }},
+        {A::setAgentRule("codex", AgentRule::ignore),
+         [&] { return state.settings().rule("codex") == AgentRule::ignore; }},
+        // The saved rules name only the agents treated apart.
+        {A::setAgentRule("codex", AgentRule::automatic),
+         [&] { return state.settings().agentRules.empty(); }},
+        {A::dismissLidClosedHint(), [&] { return state.panelInput().lidClosedHintDismissed; }},
+    };
+    for (const auto& [action, done] : cases) {
+        EXPECT_TRUE(state.perform(action));
+        EXPECT_TRUE(done()) << PanelText::title(action);
+    }
+    for (const auto& action : {A::openLoginItems(), A::setUpLidClosed(), A::openHelp()})
+        EXPECT_FALSE(state.perform(action)) << PanelText::title(action);
+    // Settings equal to the current ones are not saved again.
+    world.defaults.remove(defaults_keys::detectionSettings);
+    state.setSettings(state.settings());
+    EXPECT_FALSE(world.defaults.value(defaults_keys::detectionSettings));
+}
+
+TEST(StateAggregatorTest, SwitchingOffEndsPauseAndReachable) {
+    World world;
+    auto& state = world.make();
     state.startReachable(ReachableChoice::twoHours);
     state.startPause(PauseChoice::thirtyMinutes);
-    state.toggleEnabled();  // ends the pause only
+    world.hotKeys.press.at(ShortcutAction::toggle)();  // ends the pause only
     EXPECT_TRUE(state.enabled());
     state.startReachable(ReachableChoice::twoHours);
     state.toggleEnabled();
     EXPECT_FALSE(state.pause().until);
     EXPECT_FALSE(state.reachable().until);
     EXPECT_EQ(state.decision().headline.kind, HoldHeadline::Kind::switchedOff);
-    EXPECT_EQ(defaults.boolValue(defaults_keys::enabled), false);
-    EXPECT_FALSE(defaults.value(defaults_keys::reachableUntil));
+    EXPECT_EQ(world.defaults.boolValue(defaults_keys::enabled), false);
+    EXPECT_FALSE(world.defaults.value(defaults_keys::reachableUntil));
 }
 
-TEST_F(StateAggregatorTest, StoredSwitchesAreRestoredAndImplausibleOnesDropped) {
-    defaults.set(defaults_keys::pausedUntil, at(30 * 3600).secondsSince1970());
-    defaults.set(defaults_keys::reachableUntil, at(3600).secondsSince1970());
-    defaults.set(defaults_keys::mode, "always");
-    auto& state = make();
+TEST(StateAggregatorTest, StoredSwitchesAreRestoredAndImplausibleOnesDropped) {
+    World world;
+    world.defaults.set(defaults_keys::pausedUntil, at(30 * 3600).secondsSince1970());
+    world.defaults.set(defaults_keys::reachableUntil, at(3600).secondsSince1970());
+    world.defaults.set(defaults_keys::mode, "always");
+    auto& state = world.make();
     EXPECT_FALSE(state.pause().until);
     EXPECT_EQ(state.reachable().until, at(3600));
     EXPECT_EQ(state.mode(), AwakeMode::always);
-}
-
-TEST_F(StateAggregatorTest, RulesAndSettingsAreSavedOnlyWhenChanged) {
-    auto& state = make();
-    state.setRule(AgentRule::ignore, "claude");
-    EXPECT_EQ(state.settings().rule("claude"), AgentRule::ignore);
-    state.setRule(AgentRule::automatic, "claude");
-    EXPECT_FALSE(state.settings().agentRules.contains("claude"));
-    defaults.remove(defaults_keys::detectionSettings);
-    state.setSettings(state.settings());
-    EXPECT_FALSE(defaults.value(defaults_keys::detectionSettings));
 }
 
 }  // namespace

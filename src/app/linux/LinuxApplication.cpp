@@ -7,14 +7,12 @@
 #include <cstring>
 #include <filesystem>
 
-#include "base/DefaultsKeys.h"
 #include "hooks/install/HookCatalog.h"
 #include "platform/linux/SystemAwakeClock.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/linux/SystemOpenFiles.h"
 #include "platform/linux/SystemSingleCopy.h"
 #include "platform/posix/SystemPathEnvironment.h"
-#include "ui/MenuBarVisibility.h"
 #include "ui/MenuModel.h"
 #include "ui/RobotLook.h"
 
@@ -92,45 +90,41 @@ LinuxApplication::LinuxApplication(Options options)
       notifier_(notificationCenter_),
       hosts_(census_),
       assertions_(BusAddress::system()),
-      detection_(loop_, LinuxDetectionParts::systemCollector),
       hookInstaller_(
           hookFolders(options_.appPath), [] { return Date::now(); }, hookFiles_),
-      hookActions_(hookInstaller_),
       autostart_(
           XdgAutostart(WellKnownPaths::autostartEntry(systemPathEnvironment()), ownExecutable())),
-      loginItem_(autostart_, !ownExecutable().empty()),
+      detection_(loop_, LinuxDetectionParts::systemCollector),
       signals_(loop_, SIGINT, SIGTERM),
       showTimer_(loop_) {
     sleepFlag_.refreshStatus();
-    aggregator_ = std::make_unique<StateAggregator>(
-        AggregatorParts{.defaults = defaults_,
-                        .sleepFlag = sleepFlag_,
-                        .power = power_.keeper(),
-                        .timers = timers_,
-                        .collector = detection_.collector(),
-                        .scheduler = detection_.scheduler(),
-                        .watcher = detection_.watcher(),
-                        .clock = SystemAwakeClock::clock(),
-                        .census = census_,
-                        .notices = {.notifier = &notifier_,
-                                    .hosts = &hosts_,
-                                    .assertions = &assertions_,
-                                    .notify =
-                                        [this](const std::string& text) {
-                                            notifier_.postMessage("safety-stop", text);
-                                        },
-                                    .ownPid = static_cast<std::int32_t>(::getpid())},
-                        .workingDirectory = [](std::int32_t pid) {
-                            return SystemOpenFiles().workingDirectory(pid);
-                        }});
+    aggregator_ = std::make_unique<StateAggregator>(AggregatorParts{
+        .defaults = defaults_,
+        .sleepFlag = sleepFlag_,
+        .power = power_.keeper(),
+        .timers = timers_,
+        .collector = detection_.collector(),
+        .scheduler = detection_.scheduler(),
+        .watcher = detection_.watcher(),
+        .clock = SystemAwakeClock::clock(),
+        .census = census_,
+        .notices = {.notifier = &notifier_,
+                    .hosts = &hosts_,
+                    .assertions = &assertions_,
+                    .notify =
+                        [this](const std::string& text) {
+                            notifier_.postMessage("safety-stop", text);
+                        },
+                    .ownPid = static_cast<std::int32_t>(::getpid())},
+        .workingDirectory =
+            [](std::int32_t pid) { return SystemOpenFiles().workingDirectory(pid); },
+        .loginItem = &autostart_,
+        .hookInstaller = &hookInstaller_,
+        .canSetUpHelper = !ownExecutable().empty()});
     aggregator_->onChange = [this](const PanelInput&) {
         ++publishes_;
         changed();
     };
-    notifier_.onDelivery = [this](const std::string& id, AgentNoticeDelivery delivery) {
-        aggregator_->noticeDelivered(id, delivery);
-    };
-    notifier_.onOpen = [this](const AgentNoticeTarget& target) { aggregator_->openNotice(target); };
     power_.sleepNotices().onNotice([this](SleepNotice notice) {
         if (notice == SleepNotice::willSleep) {
             aggregator_->macWillSleep();
@@ -140,10 +134,7 @@ LinuxApplication::LinuxApplication(Options options)
     });
     // Without a notification server this says once that notices cannot be shown.
     notifier_.readPermission();
-    hookActions_.onChange = [this] { changed(); };
-    hookActions_.refreshHookStatuses();
-    loginItem_.onChange = [this] { changed(); };
-    loginItem_.refresh();
+    aggregator_->refreshHookStatuses();
 
     int code = 0;
     sessionBus_ = AsioBus::open(loop_, BusAddress::session(), code);
@@ -155,7 +146,7 @@ LinuxApplication::LinuxApplication(Options options)
                                "session bus (") +
                    std::strerror(code < 0 ? -code : code) + ").");
     }
-    if (tray_ && !MenuBarVisibility::isShown(defaults_)) tray_->setShown(false);
+    if (tray_ && !aggregator_->showMenuBarIcon()) tray_->setShown(false);
     terminal_ = TerminalView::forStandardOutput();
     if (terminal_) {
         // Log lines come from any thread; the terminal is written on the loop, above the panel.
@@ -211,7 +202,7 @@ void LinuxApplication::quit() {
 
 void LinuxApplication::comeForward() {
     log_.info("another copy asked this one to come forward");
-    if (tray_ && !tray_->shown()) tray_->setShown(true);
+    aggregator_->setShowMenuBarIcon(true);
     constexpr const char* kAsked = "vigilmoth was asked to come forward.";
     if (terminal_) {
         terminal_->printAbove(kAsked);
@@ -240,6 +231,8 @@ void LinuxApplication::show() {
     const auto panel = MenuModel::state(input, Date::now());
     if (terminal_) terminal_->show(panel);
     if (!tray_) return;
+    if (tray_->shown() != aggregator_->showMenuBarIcon())
+        tray_->setShown(aggregator_->showMenuBarIcon());
     const auto look = RobotLook(panel.pose).menuBar();
     tray_->update(menuInput(panel), look,
                   panel.menuBarAccessibilityLabel.value_or(look.accessibilityLabel()));
@@ -247,13 +240,15 @@ void LinuxApplication::show() {
 
 ShellMenuInput LinuxApplication::menuInput(const PanelState& panel) const {
     ShellMenuInput input{.panel = panel, .mode = aggregator_->mode()};
+    const auto& statuses = aggregator_->hookStatuses();
     for (const auto& entry : HookCatalog::entries()) {
-        const auto status = hookActions_.hookStatuses().find(entry.id);
-        if (status != hookActions_.hookStatuses().end())
+        const auto status = statuses.find(entry.id);
+        if (status != statuses.end())
             input.hooks.push_back({entry.id, entry.displayName, status->second});
     }
-    if (loginItem_.state() == LoginItemState::on || loginItem_.state() == LoginItemState::off)
-        input.openAtLogin = loginItem_.state() == LoginItemState::on;
+    const auto login = aggregator_->loginItem();
+    if (login == LoginItemState::on || login == LoginItemState::off)
+        input.openAtLogin = login == LoginItemState::on;
     return input;
 }
 
@@ -261,64 +256,25 @@ void LinuxApplication::perform(const ShellCommand& command) {
     if (stopped_) return;
     switch (command.kind) {
         case ShellCommand::Kind::panel:
-            performPanel(command.action);
+            // A preferences window, a login-items pane or a help book: none on Linux.
+            if (!aggregator_->perform(command.action))
+                log_.info("this action has no place to go on Linux");
             break;
         case ShellCommand::Kind::setMode:
             aggregator_->setMode(command.mode);
             break;
         case ShellCommand::Kind::setHooks:
             for (const auto& entry : HookCatalog::entries())
-                if (entry.id == command.hookEntry) hookActions_.setHooks(entry, command.on);
+                if (entry.id == command.hookEntry) aggregator_->setHooks(entry, command.on);
             break;
         case ShellCommand::Kind::setOpenAtLogin:
-            loginItem_.setOpenAtLogin(command.on);
+            aggregator_->setOpenAtLogin(command.on);
             break;
         case ShellCommand::Kind::quit:
             quit();
             return;
     }
     changed();
-}
-
-void LinuxApplication::performPanel(const PanelAction& action) {
-    auto& state = *aggregator_;
-    using Kind = PanelAction::Kind;
-    switch (action.kind) {
-        case Kind::pause:
-            state.startPause(action.pauseChoice);
-            break;
-        case Kind::stayReachable:
-            state.startReachable(action.reachableChoice);
-            break;
-        case Kind::setAgentRule:
-            state.setRule(action.rule, action.agentID);
-            break;
-        case Kind::goToAgent:
-            state.goToAgent(action.identity, std::nullopt);
-            break;
-        case Kind::resume:
-            state.resumeNow();
-            break;
-        case Kind::stopReachable:
-            state.stopReachable();
-            break;
-        case Kind::dismissLidClosedHint:
-            defaults_.set(defaults_keys::lidClosedHintDismissed, true);
-            break;
-        case Kind::tryHelperAgain:
-            sleepFlag_.repairHelper();
-            break;
-        // logind's lid lock needs no setting up, and Linux has no preferences window, login
-        // items pane or help book to open.
-        case Kind::setUpLidClosed:
-        case Kind::openLoginItems:
-        case Kind::agentNotListed:
-        case Kind::openAgentSettings:
-        case Kind::dismissSleepNote:
-        case Kind::openHelp:
-            log_.info("this action has no place to go on Linux");
-            break;
-    }
 }
 
 }  // namespace vigilmoth

@@ -22,7 +22,6 @@
 #include "platform/linux/SystemProcessCensus.h"
 #include "platform/linux/XdgAutostart.h"
 #include "power/SleepFlagController.h"
-#include "state/HookActions.h"
 #include "state/LoginItem.h"
 #include "state/StateAggregator.h"
 
@@ -80,7 +79,6 @@ private:
     void changed();
     void show();
     ShellMenuInput menuInput(const PanelState& panel) const;
-    void performPanel(const PanelAction& action);
 
     Options options_;
     asio::io_context loop_;
@@ -94,13 +92,11 @@ private:
     Notifier notifier_;
     SystemAgentHosts hosts_;
     SystemPowerAssertions assertions_;
-    LinuxDetectionParts detection_;
-    std::unique_ptr<StateAggregator> aggregator_;
     SystemHookFileAccess hookFiles_;
     HookInstaller hookInstaller_;
-    HookActions hookActions_;
     AutostartLoginItem autostart_;
-    LoginItemSwitch loginItem_;
+    LinuxDetectionParts detection_;
+    std::unique_ptr<StateAggregator> aggregator_;
     std::unique_ptr<AsioBus> sessionBus_;
     std::unique_ptr<StatusNotifierTray> tray_;
     std::unique_ptr<TerminalView> terminal_;

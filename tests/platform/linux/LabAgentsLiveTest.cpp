@@ -50,8 +50,7 @@ std::vector<std::string> expectedLines(const ProcessTree& tree) {
     add("Gemini CLI [gemini] session", 3, 2);
     add("Codex [codex] session", 5, 1);
     add("Aider [aider] session", 6, 1);
-    add("Codex [codex] session", 7, 1);
-    add("Codex [codex] engine", 8, 2);
+    add("Codex [codex] session", 7, 3);
     add("Claude Code [claude] maybeSession", 11, 1);
     std::sort(lines.begin(), lines.end());
     std::vector<std::string> result;

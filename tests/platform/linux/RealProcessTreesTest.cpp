@@ -32,20 +32,22 @@ struct Record {
 // Agent processes that are not sessions: Claude Code's ripgrep (its own executable as "rg"),
 // Codex's managed app-server daemon and its pid-update loops.
 const std::map<std::pair<std::string, int>, AgentRole> kRoles = {
-    {{"claude", 12441}, AgentRole::helper},  {{"claude", 12442}, AgentRole::helper},
-    {{"claude-p", 6752}, AgentRole::helper}, {{"codex", 18289}, AgentRole::engine},
-    {{"codex", 18366}, AgentRole::helper},   {{"codex", 18370}, AgentRole::helper},
+    {{"claude", 12441}, AgentRole::helper},       {{"claude", 12442}, AgentRole::helper},
+    {{"claude-p", 6752}, AgentRole::helper},      {{"codex", 18289}, AgentRole::engine},
+    {{"codex", 18366}, AgentRole::helper},        {{"codex", 18370}, AgentRole::helper},
+    {{"codex-daemon", 19631}, AgentRole::engine}, {{"codex-daemon", 19722}, AgentRole::helper},
+    {{"codex-daemon", 20086}, AgentRole::helper}, {{"codex-daemon", 20092}, AgentRole::helper},
 };
 
-// Per run, the instances: agent, role, root process and number of processes. Codex's managed
-// app-server daemon is an engine, a root of its own: it outlives the session and serves others.
+// Per run, the instances: agent, role, root process and number of processes.
 const std::map<std::string, std::vector<std::string>> kInstances = {
     {"amp", {"amp session 28736 11"}},
     {"claude", {"claude session 12414 16"}},
     {"claude-firstrun2", {"claude session 5885 1"}},
     {"claude-p", {"claude session 6738 3"}},
     {"cn", {"cn session 29107 9"}},
-    {"codex", {"codex session 18256 11", "codex engine 18289 11"}},
+    {"codex", {"codex session 18256 22"}},
+    {"codex-daemon", {"codex session 19504 8"}},
     {"codex-exec", {"codex session 6552 9"}},
     {"copilot", {"copilot session 21961 79"}},
     {"droid", {"droid session 16672 7"}},
