@@ -319,6 +319,19 @@ void StateAggregator::setRule(AgentRule rule, const std::string& agentID) {
     setSettings(AgentRules::withRule(settings_, agentID, rule));
 }
 
+void StateAggregator::noticeDelivered(const std::string& id, AgentNoticeDelivery delivery) {
+    notices_.delivered(id, delivery);
+}
+
+bool StateAggregator::openNotice(const AgentNoticeTarget& target) {
+    return hostActions_.open(target, engine_->readings());
+}
+
+bool StateAggregator::goToAgent(const ProcessIdentity& identity,
+                                std::optional<std::int32_t> fallback) {
+    return hostActions_.goToAgent(identity, fallback, engine_->readings());
+}
+
 void StateAggregator::macWillSleep() {
     sleepNote_.reset();
     const auto& context = engine_->frame() ? engine_->frame()->context : FrameContext{};

@@ -87,6 +87,12 @@ public:
     void settlePause();
     void setRule(AgentRule rule, const std::string& agentID);
 
+    // The notifier's report on a posting, and a click on a notice.
+    void noticeDelivered(const std::string& id, AgentNoticeDelivery delivery);
+    bool openNotice(const AgentNoticeTarget& target);
+    // Brings forward the application of a session, else the `fallback` application.
+    bool goToAgent(const ProcessIdentity& identity, std::optional<std::int32_t> fallback);
+
     void macWillSleep();
     void macDidWake();
     // On quit: stops watching and lets the machine sleep again.
@@ -105,6 +111,7 @@ public:
     const DetectionEngine& engine() const { return *engine_; }
     const AggregatorNotices& notices() const { return notices_; }
     const PanelInput& panelInput() const { return panelInput_; }
+    std::uint64_t samples() const { return samples_; }
     // Runs when the published `PanelInput` changed.
     std::function<void(const PanelInput&)> onChange;
 

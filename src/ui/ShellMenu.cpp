@@ -151,6 +151,10 @@ std::vector<ShellMenuItem> items(const ShellMenuInput& input) {
         items.push_back(std::move(hooks));
     }
     separate(items);
+    if (input.openAtLogin) {
+        items.push_back(choice("login", ShellCommand::setOpenAtLogin(!*input.openAtLogin),
+                               "Open at login", Item::Toggle::checkmark, *input.openAtLogin));
+    }
     items.push_back(choice("quit", ShellCommand::quit(), "Quit vigilmoth"));
     return items;
 }

@@ -12,17 +12,18 @@
 namespace vigilmoth {
 
 // What a click in a shell's menu asks of the application: one of the panel's actions, or what
-// the menu offers beside the panel (the awake mode, an agent's hooks, quitting). The
-// application hands it to the state aggregator.
+// the menu offers beside the panel (the awake mode, an agent's hooks, opening at login,
+// quitting). The application hands it to the state aggregator.
 struct ShellCommand {
-    enum class Kind { panel, setMode, setHooks, quit };
+    enum class Kind { panel, setMode, setHooks, setOpenAtLogin, quit };
 
     Kind kind = Kind::quit;
     // For panel.
     PanelAction action;
     // For setMode.
     AwakeMode mode = AwakeMode::agentWorking;
-    // For setHooks: the hook catalog entry and whether its hooks are to be installed.
+    // For setHooks: the hook catalog entry and whether its hooks are to be installed; for
+    // setOpenAtLogin whether vigilmoth is to open at login.
     std::string hookEntry;
     bool on = false;
 
@@ -39,6 +40,11 @@ struct ShellCommand {
     static ShellCommand setHooks(std::string entry, bool on) {
         ShellCommand command{Kind::setHooks};
         command.hookEntry = std::move(entry);
+        command.on = on;
+        return command;
+    }
+    static ShellCommand setOpenAtLogin(bool on) {
+        ShellCommand command{Kind::setOpenAtLogin};
         command.on = on;
         return command;
     }
@@ -61,6 +67,8 @@ struct ShellMenuInput {
     PanelState panel;
     AwakeMode mode = AwakeMode::agentWorking;
     std::vector<HookChoice> hooks;
+    // Whether vigilmoth opens at login; none where it cannot be registered.
+    std::optional<bool> openAtLogin;
 
     bool operator==(const ShellMenuInput&) const = default;
 };
@@ -85,8 +93,8 @@ struct ShellMenuItem {
 
 // The menu of a shell that shows the panel as a plain menu (the Linux tray): the headline,
 // the problems, one submenu per agent with its sessions and rules, the pause and reachable
-// choices, the awake mode as radio items, the hooks, and quitting. It decides nothing: every
-// line comes from the panel's state.
+// choices, the awake mode as radio items, the hooks, opening at login, and quitting. It decides
+// nothing: every line comes from the panel's state.
 namespace ShellMenu {
 
 std::vector<ShellMenuItem> items(const ShellMenuInput& input);

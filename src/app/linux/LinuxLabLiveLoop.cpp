@@ -11,12 +11,8 @@
 namespace vigilmoth {
 
 DetectionEngine::Parts LinuxLabLiveLoop::engineParts() {
-    if (!collector_) {
-        collector_ = makeCollector_();
-        watcher_ = std::make_unique<SystemDetectionWatcher>(loop_);
-        scheduler_ = std::make_unique<AsioDetectionScheduler>(loop_);
-    }
-    return {*collector_, *scheduler_, *watcher_, SystemAwakeClock::clock()};
+    if (!parts_) parts_ = std::make_unique<LinuxDetectionParts>(loop_, makeCollector_);
+    return {parts_->collector(), parts_->scheduler(), parts_->watcher(), SystemAwakeClock::clock()};
 }
 
 SleepNoticing* LinuxLabLiveLoop::sleepNotices() {

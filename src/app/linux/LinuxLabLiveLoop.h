@@ -4,12 +4,11 @@
 #include <functional>
 #include <memory>
 
+#include "app/linux/LinuxDetectionParts.h"
 #include "lab/LabLiveLoop.h"
 #include "platform/linux/AsioBus.h"
-#include "platform/linux/AsioDetectionScheduler.h"
 #include "platform/linux/Logind.h"
 #include "platform/linux/LogindSleepNotices.h"
-#include "platform/linux/SystemDetectionWatcher.h"
 
 namespace vigilmoth {
 
@@ -18,7 +17,7 @@ namespace vigilmoth {
 // until the recording asks for it, so the other lab commands pay nothing for it.
 class LinuxLabLiveLoop final : public LabLiveLoop {
 public:
-    using CollectorMaker = std::function<std::unique_ptr<EvidenceCollecting>()>;
+    using CollectorMaker = LinuxDetectionParts::CollectorMaker;
 
     explicit LinuxLabLiveLoop(CollectorMaker makeCollector)
         : makeCollector_(std::move(makeCollector)) {}
@@ -35,12 +34,8 @@ public:
 
 private:
     CollectorMaker makeCollector_;
-    // Declared in the order they are needed, so that they go in reverse: the scheduler's worker
-    // ends before the collector it calls goes.
     asio::io_context loop_;
-    std::unique_ptr<EvidenceCollecting> collector_;
-    std::unique_ptr<SystemDetectionWatcher> watcher_;
-    std::unique_ptr<AsioDetectionScheduler> scheduler_;
+    std::unique_ptr<LinuxDetectionParts> parts_;
     std::unique_ptr<AsioBus> bus_;
     std::unique_ptr<LogindReach> logind_;
     std::unique_ptr<LogindSleepNotices> notices_;

@@ -117,9 +117,11 @@ std::vector<std::optional<AgentHost>> SystemAgentHosts::hosts(
 }
 
 bool SystemAgentHosts::bringForward(std::int32_t appPid) {
+    if (toldNoWayForward_) return false;
+    toldNoWayForward_ = true;
     Logger("AgentHosts")
-        .info("cannot bring pid " + std::to_string(appPid) +
-              " forward: not supported on this desktop");
+        .info("vigilmoth cannot bring an agent's window forward (pid " + std::to_string(appPid) +
+              "), because this desktop offers other programs no way to raise a window.");
     return false;
 }
 

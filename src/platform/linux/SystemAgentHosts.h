@@ -15,8 +15,9 @@ public:
 
     std::vector<std::optional<AgentHost>> hosts(
         const std::vector<AgentHostRequest>& requests) override;
-    // Raising another program's window needs the desktop's own protocol, which the Linux
-    // shell does not speak yet: answers false.
+    // Raising another program's window needs a protocol that desktops keep to themselves
+    // (Wayland lets only the program itself ask, with a token from the compositor): answers
+    // false, and says so once.
     bool bringForward(std::int32_t appPid) override;
     std::vector<std::optional<std::int32_t>> owners(const std::vector<std::int32_t>& pids) override;
 
@@ -24,6 +25,7 @@ private:
     std::optional<ProcessTable> table();
 
     ProcessCensusing& census_;
+    bool toldNoWayForward_ = false;
 };
 
 }  // namespace vigilmoth

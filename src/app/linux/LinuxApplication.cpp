@@ -1,0 +1,315 @@
+#include "app/linux/LinuxApplication.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include "base/DefaultsKeys.h"
+#include "hooks/install/HookCatalog.h"
+#include "platform/linux/SystemAwakeClock.h"
+#include "platform/linux/SystemLog.h"
+#include "platform/linux/SystemOpenFiles.h"
+#include "platform/linux/SystemSingleCopy.h"
+#include "platform/posix/SystemPathEnvironment.h"
+#include "ui/MenuBarVisibility.h"
+#include "ui/MenuModel.h"
+#include "ui/RobotLook.h"
+
+namespace vigilmoth {
+namespace {
+
+constexpr auto kShowInterval = std::chrono::seconds(1);
+
+std::string ownExecutable() {
+    std::error_code error;
+    auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : executable.string();
+}
+
+HookInstaller::Folders hookFolders(const std::string& appPath) {
+    const auto paths = systemPathEnvironment();
+    return {.home = paths.home,
+            .appPath = appPath,
+            .applicationSupport = WellKnownPaths::applicationSupport(paths)};
+}
+
+}  // namespace
+
+// Reads requests from later copies on the socket beside the single-copy lock.
+class LinuxApplication::CopyListener {
+public:
+    CopyListener(asio::io_context& context, const std::string& path,
+                 std::function<void()> comeForward)
+        : socket_(context), path_(path), comeForward_(std::move(comeForward)) {
+        ::unlink(path.c_str());
+        socket_.open();
+        socket_.bind(asio::local::datagram_protocol::endpoint(path));
+        receive();
+    }
+    ~CopyListener() { ::unlink(path_.c_str()); }
+
+private:
+    void receive() {
+        socket_.async_receive(asio::buffer(buffer_), [this](std::error_code error, size_t size) {
+            if (error) return;
+            if (std::string_view(buffer_.data(), size) == SystemSingleCopy::kShowPreferences)
+                comeForward_();
+            receive();
+        });
+    }
+
+    asio::local::datagram_protocol::socket socket_;
+    std::string path_;
+    std::function<void()> comeForward_;
+    std::array<char, 256> buffer_{};
+};
+
+LoginItemManaging::Status LinuxApplication::AutostartLoginItem::status() {
+    return autostart_.status() == XdgAutostart::Status::enabled ? Status::enabled
+                                                                : Status::notRegistered;
+}
+
+std::optional<std::string> LinuxApplication::AutostartLoginItem::registerItem() {
+    return autostart_.registerAtLogin();
+}
+
+std::optional<std::string> LinuxApplication::AutostartLoginItem::unregisterItem() {
+    return autostart_.unregisterAtLogin();
+}
+
+LinuxApplication::LinuxApplication(Options options)
+    : options_(std::move(options)),
+      defaults_(FileKeyValueStore::defaultPath()),
+      // Without a system bus or logind this says once why it cannot hold, and the run goes on.
+      power_(loop_, BusAddress::system(), VIGILMOTH_VERSION),
+      timers_(loop_),
+      sleepFlag_({power_.lidSwitch(), power_.lidSwitch(), nullptr, defaults_, timers_,
+                  [] { return SystemAwakeClock::clock().awake(); }, VIGILMOTH_VERSION}),
+      notificationCenter_(loop_),
+      notifier_(notificationCenter_),
+      hosts_(census_),
+      assertions_(BusAddress::system()),
+      detection_(loop_, LinuxDetectionParts::systemCollector),
+      hookInstaller_(
+          hookFolders(options_.appPath), [] { return Date::now(); }, hookFiles_),
+      hookActions_(hookInstaller_),
+      autostart_(
+          XdgAutostart(WellKnownPaths::autostartEntry(systemPathEnvironment()), ownExecutable())),
+      loginItem_(autostart_, !ownExecutable().empty()),
+      signals_(loop_, SIGINT, SIGTERM),
+      showTimer_(loop_) {
+    sleepFlag_.refreshStatus();
+    aggregator_ = std::make_unique<StateAggregator>(
+        AggregatorParts{.defaults = defaults_,
+                        .sleepFlag = sleepFlag_,
+                        .power = power_.keeper(),
+                        .timers = timers_,
+                        .collector = detection_.collector(),
+                        .scheduler = detection_.scheduler(),
+                        .watcher = detection_.watcher(),
+                        .clock = SystemAwakeClock::clock(),
+                        .census = census_,
+                        .notices = {.notifier = &notifier_,
+                                    .hosts = &hosts_,
+                                    .assertions = &assertions_,
+                                    .notify =
+                                        [this](const std::string& text) {
+                                            notifier_.postMessage("safety-stop", text);
+                                        },
+                                    .ownPid = static_cast<std::int32_t>(::getpid())},
+                        .workingDirectory = [](std::int32_t pid) {
+                            return SystemOpenFiles().workingDirectory(pid);
+                        }});
+    aggregator_->onChange = [this](const PanelInput&) {
+        ++publishes_;
+        changed();
+    };
+    notifier_.onDelivery = [this](const std::string& id, AgentNoticeDelivery delivery) {
+        aggregator_->noticeDelivered(id, delivery);
+    };
+    notifier_.onOpen = [this](const AgentNoticeTarget& target) { aggregator_->openNotice(target); };
+    power_.sleepNotices().onNotice([this](SleepNotice notice) {
+        if (notice == SleepNotice::willSleep) {
+            aggregator_->macWillSleep();
+        } else {
+            aggregator_->macDidWake();
+        }
+    });
+    // Without a notification server this says once that notices cannot be shown.
+    notifier_.readPermission();
+    hookActions_.onChange = [this] { changed(); };
+    hookActions_.refreshHookStatuses();
+    loginItem_.onChange = [this] { changed(); };
+    loginItem_.refresh();
+
+    int code = 0;
+    sessionBus_ = AsioBus::open(loop_, BusAddress::session(), code);
+    if (sessionBus_) {
+        tray_ = StatusNotifierTray::start(
+            loop_, *sessionBus_, [this](const ShellCommand& command) { perform(command); });
+    } else {
+        log_.error(std::string("vigilmoth runs without a tray icon, because it cannot reach the "
+                               "session bus (") +
+                   std::strerror(code < 0 ? -code : code) + ").");
+    }
+    if (tray_ && !MenuBarVisibility::isShown(defaults_)) tray_->setShown(false);
+    terminal_ = TerminalView::forStandardOutput();
+    if (terminal_) {
+        // Log lines come from any thread; the terminal is written on the loop, above the panel.
+        setLogSink([this](LogLevel level, std::string_view category, std::string_view message) {
+            if (level == LogLevel::debug) return;
+            asio::post(loop_,
+                       [this, line = "[" + std::string(category) + "] " + std::string(message)] {
+                           if (terminal_) terminal_->printAbove(line);
+                       });
+        });
+    }
+    if (options_.copySocket) {
+        try {
+            listener_ = std::make_unique<CopyListener>(loop_, *options_.copySocket,
+                                                       [this] { comeForward(); });
+        } catch (const std::system_error& error) {
+            log_.error(std::string("could not listen for other copies: ") + error.what());
+        }
+    }
+    signals_.async_wait([this](std::error_code error, int) {
+        if (!error) quit();
+    });
+}
+
+LinuxApplication::~LinuxApplication() {
+    quit();
+    if (terminal_) installSystemLogSink();
+}
+
+void LinuxApplication::run() {
+    std::printf("vigilmoth is running as process %d. Press Ctrl-C to quit.\n",
+                static_cast<int>(::getpid()));
+    std::fflush(stdout);
+    log_.info("started");
+    loop_.run();
+}
+
+void LinuxApplication::quit() {
+    if (stopped_) return;
+    stopped_ = true;
+    // The engine, its timers, the lid lock and the hold go first, then the tray.
+    aggregator_->shutdown();
+    showTimer_.cancel();
+    signals_.cancel();
+    listener_.reset();
+    tray_.reset();
+    log_.info("stopped");
+    loop_.stop();
+}
+
+void LinuxApplication::comeForward() {
+    log_.info("another copy asked this one to come forward");
+    if (tray_ && !tray_->shown()) tray_->setShown(true);
+    if (terminal_) terminal_->printAbove("vigilmoth was asked to come forward.");
+}
+
+void LinuxApplication::changed() {
+    if (stopped_ || showPending_) return;
+    showPending_ = true;
+    const auto due = lastShown_ + kShowInterval;
+    showTimer_.expires_at(std::max(due, std::chrono::steady_clock::now()));
+    showTimer_.async_wait([this](std::error_code error) {
+        if (error) return;
+        showPending_ = false;
+        lastShown_ = std::chrono::steady_clock::now();
+        show();
+    });
+}
+
+void LinuxApplication::show() {
+    ++panelBuilds_;
+    const auto& input = aggregator_->panelInput();
+    const auto panel = MenuModel::state(input, Date::now());
+    if (terminal_) terminal_->show(panel);
+    if (!tray_) return;
+    const auto look = RobotLook(panel.pose).menuBar();
+    tray_->update(menuInput(panel), look,
+                  panel.menuBarAccessibilityLabel.value_or(look.accessibilityLabel()));
+}
+
+ShellMenuInput LinuxApplication::menuInput(const PanelState& panel) const {
+    ShellMenuInput input{.panel = panel, .mode = aggregator_->mode()};
+    for (const auto& entry : HookCatalog::entries()) {
+        const auto status = hookActions_.hookStatuses().find(entry.id);
+        if (status != hookActions_.hookStatuses().end())
+            input.hooks.push_back({entry.id, entry.displayName, status->second});
+    }
+    if (loginItem_.state() == LoginItemState::on || loginItem_.state() == LoginItemState::off)
+        input.openAtLogin = loginItem_.state() == LoginItemState::on;
+    return input;
+}
+
+void LinuxApplication::perform(const ShellCommand& command) {
+    if (stopped_) return;
+    switch (command.kind) {
+        case ShellCommand::Kind::panel:
+            performPanel(command.action);
+            break;
+        case ShellCommand::Kind::setMode:
+            aggregator_->setMode(command.mode);
+            break;
+        case ShellCommand::Kind::setHooks:
+            for (const auto& entry : HookCatalog::entries())
+                if (entry.id == command.hookEntry) hookActions_.setHooks(entry, command.on);
+            break;
+        case ShellCommand::Kind::setOpenAtLogin:
+            loginItem_.setOpenAtLogin(command.on);
+            break;
+        case ShellCommand::Kind::quit:
+            quit();
+            return;
+    }
+    changed();
+}
+
+void LinuxApplication::performPanel(const PanelAction& action) {
+    auto& state = *aggregator_;
+    using Kind = PanelAction::Kind;
+    switch (action.kind) {
+        case Kind::pause:
+            state.startPause(action.pauseChoice);
+            break;
+        case Kind::stayReachable:
+            state.startReachable(action.reachableChoice);
+            break;
+        case Kind::setAgentRule:
+            state.setRule(action.rule, action.agentID);
+            break;
+        case Kind::goToAgent:
+            state.goToAgent(action.identity, std::nullopt);
+            break;
+        case Kind::resume:
+            state.resumeNow();
+            break;
+        case Kind::stopReachable:
+            state.stopReachable();
+            break;
+        case Kind::dismissLidClosedHint:
+            defaults_.set(defaults_keys::lidClosedHintDismissed, true);
+            break;
+        case Kind::tryHelperAgain:
+            sleepFlag_.repairHelper();
+            break;
+        // logind's lid lock needs no setting up, and Linux has no preferences window, login
+        // items pane or help book to open.
+        case Kind::setUpLidClosed:
+        case Kind::openLoginItems:
+        case Kind::agentNotListed:
+        case Kind::openAgentSettings:
+        case Kind::dismissSleepNote:
+        case Kind::openHelp:
+            log_.info("this action has no place to go on Linux");
+            break;
+    }
+}
+
+}  // namespace vigilmoth
