@@ -16,8 +16,11 @@
 #include <thread>
 
 #include "base/Calendar.h"
+#include "base/WellKnownPaths.h"
 #include "evidence/ClaudeTranscriptReader.h"
+#include "notices/AgentNotice.h"
 #include "platform/linux/DBusTestBus.h"
+#include "platform/linux/FileKeyValueStore.h"
 #include "support/ProcessTree.h"
 
 namespace vigilmoth {
@@ -149,6 +152,12 @@ void applicationMinute(benchmark::State& state) {
         TemporaryFolder home;
         Agents agents(home.path());
         agents.write(0);
+        // Finished turns are told too, so that each turn's end posts a notice.
+        FileKeyValueStore defaults(
+            WellKnownPaths::configuration(
+                {.home = home.path().string(), .xdgConfigHome = home / ".config"}) +
+            "/defaults.json");
+        AgentNoticeSettings{.finished = true, .onlyWhenAway = false}.save(defaults);
 
         ProcessOptions options;
         options.environment = {{"HOME", home.path().string()},
