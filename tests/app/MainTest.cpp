@@ -52,9 +52,17 @@ TEST(MainTest, HandsAnyLabArgumentToTheLab) {
 }
 
 TEST(MainTest, TimedSwitchesWithGoodValuesAreNotRefused) {
+    // The smoke test runs the application: in a home of its own, without buses.
+    TemporaryFolder home;
+    ProcessOptions options;
+    options.environment = {{"HOME", home.path().string()},
+                           {"XDG_CONFIG_HOME", std::nullopt},
+                           {"XDG_DATA_HOME", std::nullopt},
+                           {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home / "no-bus")},
+                           {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}};
     for (const auto& args : std::vector<std::vector<std::string>>{{"--display-probe", "3600"},
                                                                   {"--smoke-test", "6"}}) {
-        auto result = runVigilmoth(args);
+        auto result = runVigilmoth(args, options);
         EXPECT_EQ(result.err.find("Unknown argument"), std::string::npos) << result.err;
     }
 }
@@ -64,8 +72,13 @@ protected:
     ProcessOptions options() const {
         ProcessOptions options;
         options.environment["XDG_RUNTIME_DIR"] = runtime.path().string();
-        // Without a system bus the application cannot hold the computer awake, and runs on.
+        options.environment["HOME"] = runtime.path().string();
+        options.environment["XDG_CONFIG_HOME"] = std::nullopt;
+        options.environment["XDG_DATA_HOME"] = std::nullopt;
+        // Without buses the application cannot hold the computer awake or show a tray, and
+        // runs on.
         options.environment["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + (runtime / "no-bus");
+        options.environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + (runtime / "no-bus");
         options.timeoutSeconds = 30;
         return options;
     }

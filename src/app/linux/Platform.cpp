@@ -8,6 +8,7 @@
 #include "app/Platform.h"
 #include "app/linux/LinuxApplication.h"
 #include "app/linux/LinuxLabLiveLoop.h"
+#include "app/linux/LinuxSmokeTest.h"
 #include "app/posix/PosixLab.h"
 #include "hooks/HookLocation.h"
 #include "platform/linux/FileKeyValueStore.h"
@@ -56,10 +57,8 @@ int runApplication() {
     return 0;
 }
 
-int runSmokeTest(double) {
-    std::fputs("The smoke test needs the menu-bar application, which runs only on macOS.\n",
-               stderr);
-    return 1;
+int runSmokeTest(double seconds) {
+    return LinuxSmokeTest::run(seconds, ownAppPath());
 }
 
 int runDisplayProbe(double) {

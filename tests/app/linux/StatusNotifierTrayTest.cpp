@@ -22,34 +22,6 @@ constexpr const char* kWatcher = StatusNotifierTray::kWatcher;
 constexpr const char* kWatcherPath = "/StatusNotifierWatcher";
 const Date now(1'699'992'000);
 
-// The menu's labels with their ids, as a host reads them.
-using Lines = std::map<std::string, std::int32_t>;
-
-void readLayout(sd_bus_message* message, Lines& lines) {
-    std::int32_t id = 0;
-    sd_bus_message_enter_container(message, 'r', "ia{sv}av");
-    sd_bus_message_read(message, "i", &id);
-    sd_bus_message_enter_container(message, 'a', "{sv}");
-    while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
-        const char* key = nullptr;
-        const char* label = nullptr;
-        sd_bus_message_read(message, "s", &key);
-        if (std::string_view(key) == "label" && sd_bus_message_read(message, "v", "s", &label) > 0)
-            lines[label] = id;
-        else
-            sd_bus_message_skip(message, "v");
-        sd_bus_message_exit_container(message);
-    }
-    sd_bus_message_exit_container(message);
-    sd_bus_message_enter_container(message, 'a', "v");
-    while (sd_bus_message_enter_container(message, 'v', "(ia{sv}av)") > 0) {
-        readLayout(message, lines);
-        sd_bus_message_exit_container(message);
-    }
-    sd_bus_message_exit_container(message);
-    sd_bus_message_exit_container(message);
-}
-
 // The application's loop on a thread of its own, so that the test's blocking calls are
 // answered; the tray is touched only on that thread.
 class StatusNotifierTrayTest : public ::testing::Test {
@@ -85,41 +57,12 @@ protected:
     }
     // The services RegisterStatusNotifierItem was called with, in order.
     std::vector<std::string> registrations() {
-        sd_bus_message* reply = nullptr;
-        EXPECT_GE(sd_bus_call_method(bus.client(), kWatcher, kWatcherPath,
-                                     "org.freedesktop.DBus.Mock", "GetMethodCalls", nullptr, &reply,
-                                     "s", "RegisterStatusNotifierItem"),
-                  0);
-        const SdBusMessage kept(reply);
-        std::vector<std::string> services;
-        sd_bus_message_enter_container(reply, 'a', "(tav)");
-        while (sd_bus_message_enter_container(reply, 'r', "tav") > 0) {
-            const char* service = nullptr;
-            sd_bus_message_skip(reply, "t");
-            sd_bus_message_enter_container(reply, 'a', "v");
-            if (sd_bus_message_read(reply, "v", "s", &service) > 0) services.emplace_back(service);
-            sd_bus_message_exit_container(reply);
-            sd_bus_message_exit_container(reply);
-        }
-        return services;
+        return bus.firstArguments(kWatcher, kWatcherPath, "RegisterStatusNotifierItem");
     }
-    Lines layout(std::uint32_t& revision) {
-        sd_bus_message* reply = nullptr;
-        EXPECT_GE(sd_bus_call_method(bus.client(), tray->busName().c_str(),
-                                     StatusNotifierTray::kMenuPath, "com.canonical.dbusmenu",
-                                     "GetLayout", nullptr, &reply, "iias", 0, -1, 0),
-                  0);
-        const SdBusMessage kept(reply);
-        Lines lines;
-        sd_bus_message_read(reply, "u", &revision);
-        readLayout(reply, lines);
-        return lines;
+    testing::DBusTestBus::MenuLines layout(std::uint32_t& revision) {
+        return bus.menuLayout(tray->busName(), StatusNotifierTray::kMenuPath, &revision);
     }
-    bool owned(const std::string& name) {
-        return sd_bus_call_method(bus.client(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                  "org.freedesktop.DBus", "GetNameOwner", nullptr, nullptr, "s",
-                                  name.c_str()) >= 0;
-    }
+    bool owned(const std::string& name) { return bus.owned(name); }
 
     testing::DBusTestBus bus;
     asio::io_context context;

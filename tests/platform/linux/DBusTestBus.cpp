@@ -27,6 +27,31 @@ constexpr const char* kConfiguration = R"(<!DOCTYPE busconfig PUBLIC
 
 constexpr const char* kMockInterface = "org.freedesktop.DBus.Mock";
 
+void readLayout(sd_bus_message* message, DBusTestBus::MenuLines& lines) {
+    std::int32_t id = 0;
+    sd_bus_message_enter_container(message, 'r', "ia{sv}av");
+    sd_bus_message_read(message, "i", &id);
+    sd_bus_message_enter_container(message, 'a', "{sv}");
+    while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
+        const char* key = nullptr;
+        const char* label = nullptr;
+        sd_bus_message_read(message, "s", &key);
+        if (std::string_view(key) == "label" && sd_bus_message_read(message, "v", "s", &label) > 0)
+            lines[label] = id;
+        else
+            sd_bus_message_skip(message, "v");
+        sd_bus_message_exit_container(message);
+    }
+    sd_bus_message_exit_container(message);
+    sd_bus_message_enter_container(message, 'a', "v");
+    while (sd_bus_message_enter_container(message, 'v', "(ia{sv}av)") > 0) {
+        readLayout(message, lines);
+        sd_bus_message_exit_container(message);
+    }
+    sd_bus_message_exit_container(message);
+    sd_bus_message_exit_container(message);
+}
+
 }  // namespace
 
 DBusTestBus::DBusTestBus() {
@@ -104,6 +129,81 @@ void DBusTestBus::mock(const std::string& busName, const std::string& path, cons
     va_end(arguments);
     sd_bus_message_unref(reply);
     ASSERT_GE(code, 0) << method << ": " << error.describe(code);
+}
+
+std::vector<std::string> DBusTestBus::firstArguments(const std::string& busName,
+                                                     const std::string& path,
+                                                     const std::string& method) {
+    sd_bus_message* reply = nullptr;
+    EXPECT_GE(sd_bus_call_method(client(), busName.c_str(), path.c_str(), kMockInterface,
+                                 "GetMethodCalls", nullptr, &reply, "s", method.c_str()),
+              0);
+    const SdBusMessage kept(reply);
+    std::vector<std::string> arguments;
+    sd_bus_message_enter_container(reply, 'a', "(tav)");
+    while (sd_bus_message_enter_container(reply, 'r', "tav") > 0) {
+        const char* argument = nullptr;
+        sd_bus_message_skip(reply, "t");
+        sd_bus_message_enter_container(reply, 'a', "v");
+        if (sd_bus_message_read(reply, "v", "s", &argument) > 0) arguments.emplace_back(argument);
+        sd_bus_message_exit_container(reply);
+        sd_bus_message_exit_container(reply);
+    }
+    return arguments;
+}
+
+std::vector<std::pair<std::uint32_t, std::vector<std::string>>> DBusTestBus::notifyCalls() {
+    sd_bus_message* reply = nullptr;
+    sd_bus_call_method(client(), "org.freedesktop.Notifications", "/org/freedesktop/Notifications",
+                       kMockInterface, "GetMethodCalls", nullptr, &reply, "s", "Notify");
+    const SdBusMessage kept(reply);
+    std::vector<std::pair<std::uint32_t, std::vector<std::string>>> calls;
+    sd_bus_message_enter_container(reply, 'a', "(tav)");
+    while (sd_bus_message_enter_container(reply, 'r', "tav") > 0) {
+        std::uint32_t replaces = 0;
+        const char *summary = "", *body = "";
+        char** actions = nullptr;
+        std::uint64_t stamp = 0;
+        sd_bus_message_read(reply, "t", &stamp);
+        sd_bus_message_enter_container(reply, 'a', "v");
+        sd_bus_message_read(reply, "vvvvv", "s", &body, "u", &replaces, "s", &body, "s", &summary,
+                            "s", &body);
+        sd_bus_message_enter_container(reply, 'v', "as");
+        sd_bus_message_read_strv(reply, &actions);
+        std::vector<std::string> texts{summary, body};
+        for (char** action = actions; action && *action; ++action) {
+            texts.emplace_back(*action);
+            free(*action);
+        }
+        free(actions);
+        sd_bus_message_exit_container(reply);
+        sd_bus_message_skip(reply, "vv");
+        sd_bus_message_exit_container(reply);
+        sd_bus_message_exit_container(reply);
+        calls.emplace_back(replaces, texts);
+    }
+    return calls;
+}
+
+DBusTestBus::MenuLines DBusTestBus::menuLayout(const std::string& busName, const std::string& path,
+                                               std::uint32_t* revision) {
+    sd_bus_message* reply = nullptr;
+    EXPECT_GE(sd_bus_call_method(client(), busName.c_str(), path.c_str(), "com.canonical.dbusmenu",
+                                 "GetLayout", nullptr, &reply, "iias", 0, -1, 0),
+              0);
+    const SdBusMessage kept(reply);
+    MenuLines lines;
+    std::uint32_t read = 0;
+    sd_bus_message_read(reply, "u", &read);
+    if (revision) *revision = read;
+    readLayout(reply, lines);
+    return lines;
+}
+
+bool DBusTestBus::owned(const std::string& name) {
+    return sd_bus_call_method(client(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                              "org.freedesktop.DBus", "GetNameOwner", nullptr, nullptr, "s",
+                              name.c_str()) >= 0;
 }
 
 }  // namespace vigilmoth::testing

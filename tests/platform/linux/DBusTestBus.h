@@ -2,8 +2,11 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/AsioBus.h"
@@ -39,6 +42,19 @@ public:
     // Calls a method of the mock interface on `path`; fails the test when the call fails.
     void mock(const std::string& busName, const std::string& path, const char* method,
               const char* types, ...);
+
+    // The first string argument of each call of `method` a generic mock took, in order.
+    std::vector<std::string> firstArguments(const std::string& busName, const std::string& path,
+                                            const std::string& method);
+    // Each Notify call the notification daemon's mock took: replaces_id, then summary, body and
+    // actions.
+    std::vector<std::pair<std::uint32_t, std::vector<std::string>>> notifyCalls();
+    // A dbusmenu's labels with their ids as a host reads them (GetLayout), and its revision.
+    using MenuLines = std::map<std::string, std::int32_t>;
+    MenuLines menuLayout(const std::string& busName, const std::string& path,
+                         std::uint32_t* revision = nullptr);
+    // Whether `name` has an owner on the bus.
+    bool owned(const std::string& name);
 
 private:
     void waitForName(const std::string& busName);

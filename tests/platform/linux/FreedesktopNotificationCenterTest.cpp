@@ -21,39 +21,8 @@ protected:
     }
     void TearDown() override { setLogSink(writeLogLineToStandardError); }
 
-    // Each Notify call the server took: replaces_id, then summary, body and actions.
     std::vector<std::pair<std::uint32_t, std::vector<std::string>>> posted() {
-        sd_bus_message* reply = nullptr;
-        sd_bus_call_method(bus.client(), Center::kService, Center::kPath,
-                           "org.freedesktop.DBus.Mock", "GetMethodCalls", nullptr, &reply, "s",
-                           "Notify");
-        const SdBusMessage kept(reply);
-        std::vector<std::pair<std::uint32_t, std::vector<std::string>>> calls;
-        sd_bus_message_enter_container(reply, 'a', "(tav)");
-        while (sd_bus_message_enter_container(reply, 'r', "tav") > 0) {
-            std::uint32_t replaces = 0;
-            const char *summary = "", *body = "";
-            char** actions = nullptr;
-            std::uint64_t stamp = 0;
-            sd_bus_message_read(reply, "t", &stamp);
-            sd_bus_message_enter_container(reply, 'a', "v");
-            sd_bus_message_read(reply, "vvvvv", "s", &body, "u", &replaces, "s", &body, "s",
-                                &summary, "s", &body);
-            sd_bus_message_enter_container(reply, 'v', "as");
-            sd_bus_message_read_strv(reply, &actions);
-            std::vector<std::string> texts{summary, body};
-            for (char** action = actions; action && *action; ++action) {
-                texts.emplace_back(*action);
-                free(*action);
-            }
-            free(actions);
-            sd_bus_message_exit_container(reply);
-            sd_bus_message_skip(reply, "vv");
-            sd_bus_message_exit_container(reply);
-            sd_bus_message_exit_container(reply);
-            calls.emplace_back(replaces, texts);
-        }
-        return calls;
+        return bus.notifyCalls();
     }
     void until(const std::function<bool()>& done) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
