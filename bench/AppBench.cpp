@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <filesystem>
@@ -22,6 +23,7 @@
 #include "notices/AgentNotice.h"
 #include "platform/linux/DBusTestBus.h"
 #include "platform/linux/FileKeyValueStore.h"
+#include "platform/linux/Logind.h"
 #include "support/ProcessTree.h"
 
 namespace vigilmoth {
@@ -55,24 +57,6 @@ double statusMiB(int pid, const std::string& name) {
     for (std::string line; std::getline(status, line);)
         if (line.rfind(name + ":", 0) == 0) return std::stod(line.substr(name.size() + 1)) / 1024;
     return 0;
-}
-
-// How many answers a bus call's reply holds in its first array, or -1 when the call fails.
-int arrayLength(sd_bus* bus, const char* service, const char* path, const char* interface,
-                const char* method, const char* element, const char* types = nullptr,
-                const char* argument = nullptr) {
-    sd_bus_message* reply = nullptr;
-    int code =
-        types ? sd_bus_call_method(bus, service, path, interface, method, nullptr, &reply, types,
-                                   argument)
-              : sd_bus_call_method(bus, service, path, interface, method, nullptr, &reply, nullptr);
-    if (code < 0) return -1;
-    int count = 0;
-    sd_bus_message_enter_container(reply, 'a', element);
-    while (sd_bus_message_skip(reply, element) > 0)
-        ++count;
-    sd_bus_message_unref(reply);
-    return count;
 }
 
 // Three Claude Code sessions and two Codex sessions, each in a project of its own.
@@ -143,7 +127,7 @@ private:
 void applicationMinute(benchmark::State& state) {
     for (auto _ : state) {
         DBusTestBus system;
-        system.startTemplate("logind", "org.freedesktop.login1");
+        system.startTemplate("logind", Logind::kService);
         DBusTestBus session;
         session.startTemplate("notification_daemon", "org.freedesktop.Notifications");
         const char* watcher = "org.kde.StatusNotifierWatcher";
@@ -172,10 +156,8 @@ void applicationMinute(benchmark::State& state) {
                                {"XDG_CONFIG_HOME", home / ".config"},
                                {"XDG_RUNTIME_DIR", home.path().string()},
                                {"VIGILMOTH_HOOKS_DIR", home / "hooks"},
-                               {"DBUS_SYSTEM_BUS_ADDRESS",
-                                system.environment().environment.at("DBUS_SYSTEM_BUS_ADDRESS")},
-                               {"DBUS_SESSION_BUS_ADDRESS",
-                                session.environment().environment.at("DBUS_SESSION_BUS_ADDRESS")}};
+                               {"DBUS_SYSTEM_BUS_ADDRESS", system.address().address},
+                               {"DBUS_SESSION_BUS_ADDRESS", session.address().address}};
         auto started = Clock::now();
         BackgroundProcess app(VIGILMOTH_EXECUTABLE, {}, options);
         std::this_thread::sleep_until(started + kSettle);
@@ -201,15 +183,15 @@ void applicationMinute(benchmark::State& state) {
         state.counters["processes"] = bench::processCount();
         // Signs that the application did its whole work: it holds the machine, has posted the
         // turns' notices and shows its tray.
-        state.counters["inhibitors"] =
-            arrayLength(system.client(), "org.freedesktop.login1", "/org/freedesktop/login1",
-                        "org.freedesktop.login1.Manager", "ListInhibitors", "(ssssuu)");
-        state.counters["notices"] = arrayLength(
-            session.client(), "org.freedesktop.Notifications", "/org/freedesktop/Notifications",
-            "org.freedesktop.DBus.Mock", "GetMethodCalls", "(tav)", "s", "Notify");
-        state.counters["tray_registrations"] = arrayLength(
-            session.client(), watcher, "/StatusNotifierWatcher", "org.freedesktop.DBus.Mock",
-            "GetMethodCalls", "(tav)", "s", "RegisterStatusNotifierItem");
+        const auto& locks = Logind::listInhibitors(system.client());
+        state.counters["holding"] = static_cast<double>(
+            std::count_if(locks.begin(), locks.end(), [](const Logind::Inhibitor& lock) {
+                return lock.who == Logind::kWho && lock.what == "sleep:idle";
+            }));
+        state.counters["notices"] = static_cast<double>(session.notifyCalls().size());
+        state.counters["tray_registrations"] = static_cast<double>(
+            session.firstArguments(watcher, "/StatusNotifierWatcher", "RegisterStatusNotifierItem")
+                .size());
         app.signal(SIGTERM);
         if (app.wait(30) != 0) state.SkipWithError("vigilmoth did not stop cleanly");
     }
