@@ -51,15 +51,23 @@ TEST(MainTest, HandsAnyLabArgumentToTheLab) {
     EXPECT_EQ(result.err, "Unknown lab command --lab-x.\n");
 }
 
-TEST(MainTest, TimedSwitchesWithGoodValuesAreNotRefused) {
-    // The smoke test runs the application: in a home of its own, without buses.
-    TemporaryFolder home;
+// The application, and the smoke test that runs it, in a home of their own and without buses:
+// they cannot hold the computer awake or show a tray, and run on.
+ProcessOptions isolated(const TemporaryFolder& home) {
     ProcessOptions options;
     options.environment = {{"HOME", home.path().string()},
+                           {"XDG_RUNTIME_DIR", home.path().string()},
                            {"XDG_CONFIG_HOME", std::nullopt},
                            {"XDG_DATA_HOME", std::nullopt},
                            {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home / "no-bus")},
                            {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}};
+    options.timeoutSeconds = 30;
+    return options;
+}
+
+TEST(MainTest, TimedSwitchesWithGoodValuesAreNotRefused) {
+    TemporaryFolder home;
+    const auto options = isolated(home);
     for (const auto& args : std::vector<std::vector<std::string>>{{"--display-probe", "3600"},
                                                                   {"--smoke-test", "6"}}) {
         auto result = runVigilmoth(args, options);
@@ -69,19 +77,7 @@ TEST(MainTest, TimedSwitchesWithGoodValuesAreNotRefused) {
 
 class SingleCopyTest : public ::testing::Test {
 protected:
-    ProcessOptions options() const {
-        ProcessOptions options;
-        options.environment["XDG_RUNTIME_DIR"] = runtime.path().string();
-        options.environment["HOME"] = runtime.path().string();
-        options.environment["XDG_CONFIG_HOME"] = std::nullopt;
-        options.environment["XDG_DATA_HOME"] = std::nullopt;
-        // Without buses the application cannot hold the computer awake or show a tray, and
-        // runs on.
-        options.environment["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + (runtime / "no-bus");
-        options.environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + (runtime / "no-bus");
-        options.timeoutSeconds = 30;
-        return options;
-    }
+    ProcessOptions options() const { return isolated(runtime); }
     std::string lockPath() const { return runtime / "com.vigilmoth.app/vigilmoth.lock"; }
 
     TemporaryFolder runtime;

@@ -149,8 +149,6 @@ public:
         m_.samples = static_cast<std::int64_t>(app_.aggregator().samples() - samplesBefore_);
         m_.sceneEvaluations = static_cast<std::int64_t>(app_.panelBuilds() - buildsBefore_);
         m_.publishes = static_cast<std::int64_t>(app_.publishes() - publishesBefore_);
-        auto* tray = app_.tray();
-        m_.statusItem = tray && tray->shown();
         m_.statusItemImage = m_.statusItem && visit_.iconRead;
         if (visit_.layoutRead && visit_.closedAt > visit_.openedAt) {
             m_.panel = Step::ok;
@@ -173,6 +171,9 @@ private:
                 std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - due).count();
             m_.longestStallMs = std::max<std::int64_t>(m_.longestStallMs, late);
             if (since(start_) >= seconds_) {
+                // The tray goes with the application.
+                auto* tray = app_.tray();
+                m_.statusItem = tray && tray->shown();
                 app_.quit();
                 return;
             }

@@ -46,10 +46,9 @@ public:
     // The first string argument of each call of `method` a generic mock took, in order.
     std::vector<std::string> firstArguments(const std::string& busName, const std::string& path,
                                             const std::string& method);
-    // Each Notify call the notification daemon's mock took: replaces_id, then summary, body and
-    // actions.
+    // Each Notify call the notification daemon took: replaces_id; summary, body and actions.
     std::vector<std::pair<std::uint32_t, std::vector<std::string>>> notifyCalls();
-    // A dbusmenu's labels with their ids as a host reads them (GetLayout), and its revision.
+    // A dbusmenu's labels with their ids, as GetLayout gives them, and its revision.
     using MenuLines = std::map<std::string, std::int32_t>;
     MenuLines menuLayout(const std::string& busName, const std::string& path,
                          std::uint32_t* revision = nullptr);
