@@ -18,6 +18,7 @@
 #include <fstream>
 #include <vector>
 
+#include "ProcessTable.h"
 #include "decision/HoldPolicy.h"
 #include "decision/VerdictRules.h"
 #include "evidence/EvidenceCollector.h"
@@ -30,18 +31,10 @@ namespace vigilmoth {
 namespace {
 
 namespace fs = std::filesystem;
+using bench::processCount;
 
 constexpr std::size_t kTableSize = 400;
 const char* const kAgents[] = {"claude", "codex", "opencode", "aider", "gemini"};
-
-int processCount() {
-    int count = 0;
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-        auto name = entry.path().filename().string();
-        if (std::isdigit(static_cast<unsigned char>(name[0]))) ++count;
-    }
-    return count;
-}
 
 pid_t spawnIn(const std::string& executable, std::vector<std::string> arguments,
               const std::string& folder) {

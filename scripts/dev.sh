@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # One entry point for setting up, building, running and testing vigilmoth.
-#   scripts/dev.sh run    install what is missing, build, run the main job
+#   scripts/dev.sh run    install what is missing, build optimised, run the application until
+#                         Ctrl-C or its menu's Quit (arguments after "run" go to vigilmoth)
 #   scripts/dev.sh test   install what is missing, check formatting and include edges, build under
 #                         the sanitizers, run every test
 #   scripts/dev.sh bench  install what is missing, build optimised, run the benchmarks
@@ -100,7 +101,9 @@ case "${1:-}" in
 run)
     install_dependencies
     build release
-    exec "$root/scripts/main-job.sh" "$root/build/release/bin/vigilmoth"
+    # Without logind or a desktop the application still runs: it watches the agents, shows them
+    # in the terminal and says why it cannot keep the computer awake.
+    exec "$root/build/release/bin/vigilmoth" "${@:2}"
     ;;
 test)
     install_dependencies

@@ -152,10 +152,12 @@ LinuxApplication::LinuxApplication(Options options)
         // Log lines come from any thread; the terminal is written on the loop, above the panel.
         setLogSink([this](LogLevel level, std::string_view category, std::string_view message) {
             if (level == LogLevel::debug) return;
-            asio::post(loop_,
-                       [this, line = "[" + std::string(category) + "] " + std::string(message)] {
-                           if (terminal_) terminal_->printAbove(line);
-                       });
+            // Appended rather than added up: GCC 12 at -O3 misreads the sum as an overflow.
+            std::string line = "[";
+            line.append(category).append("] ").append(message);
+            asio::post(loop_, [this, line = std::move(line)] {
+                if (terminal_) terminal_->printAbove(line);
+            });
         });
     }
     if (options_.copySocket) {
