@@ -120,8 +120,7 @@ TEST_F(DetectionEngineTest, GapsShiftTheMemoriesByTheTimeThatDidNotCount) {
     }
 }
 
-// A recording stores dates to the millisecond: deciding on finer ones made an age a hair
-// shorter live than replayed, and a reason's whole seconds one less.
+// Finer dates than a recording's milliseconds made ages differ live and replayed.
 TEST_F(DetectionEngineTest, DecidesOnTheFrameItsRecordingReadsBack) {
     const JSONEncoder stored{.dates = DateStrategy::wholeMilliseconds};
     engine.start();
