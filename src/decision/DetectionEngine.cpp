@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "evidence/StoredDates.h"
+
 namespace vigilmoth {
 namespace {
 
@@ -58,7 +60,7 @@ void DetectionEngine::resampleSoon() {
 void DetectionEngine::apply(const EvidenceSample& sample, std::uint64_t generation, bool resample) {
     if (!running_ || generation != generation_) return;
     const double started = parts_.clock.awake();
-    const auto& frame = sample.frame;
+    const auto frame = withStoredDates(sample.frame);
     auto gap = memory_.pass(SampleTime{frame.at, frame.awake});
 
     double asleep = parts_.clock.asleep();

@@ -21,9 +21,10 @@ std::string printed(const char* format, auto... values) {
 }
 
 std::string clockTime(Date at, const Calendar& calendar) {
-    double seconds = at.secondsSince1970();
-    double whole = std::floor(seconds);
-    int milliseconds = std::min(999, static_cast<int>((seconds - whole) * 1000));
+    // Counted in whole milliseconds, as frame times are: 0.123 is a hair below it as a double.
+    double total = std::round(at.secondsSince1970() * 1000);
+    double whole = std::floor(total / 1000);
+    int milliseconds = static_cast<int>(total - whole * 1000);
     auto time = calendar.formatted(Date(whole), "%H:%M:%S").value_or("??:??:??");
     return time + printed(".%03d", milliseconds);
 }

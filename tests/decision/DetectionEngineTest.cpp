@@ -120,6 +120,20 @@ TEST_F(DetectionEngineTest, GapsShiftTheMemoriesByTheTimeThatDidNotCount) {
     }
 }
 
+// Finer dates than a recording's milliseconds made ages differ live and replayed.
+TEST_F(DetectionEngineTest, DecidesOnTheFrameItsRecordingReadsBack) {
+    const JSONEncoder stored{.dates = DateStrategy::wholeMilliseconds};
+    engine.start();
+    for (double seconds : {0.0004, 2.0005, 4.9996}) {
+        SCOPED_TRACE(seconds);
+        auto evidence = reporting(working, at(seconds));
+        evidence.reported->since = evidence.fileActivityAt = evidence.hookStateAt = at(seconds);
+        tick(sampleAt(seconds, seconds, {evidence}));
+        const auto& decided = published.back().frame;
+        EXPECT_EQ(decodeJSONText<EvidenceFrame>(encodeJSONText(decided, stored)), decided);
+    }
+}
+
 TEST_F(DetectionEngineTest, AnAnnouncedSleepThatDoesNotComeReopensTheGateAfter120Seconds) {
     engine.start();
     awake = 1000;
