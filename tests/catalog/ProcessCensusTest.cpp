@@ -183,16 +183,6 @@ TEST(ProcessCensusTest, DeltaCountsActivityByIdentity) {
     EXPECT_EQ(ProcessCensus::delta({row(30, 1, 1, 42)}, withoutWrites).logicalWriteBytes, 42u);
 }
 
-TEST(ProcessCensusTest, DeltaWithoutAPreviousCensusIsTheWholeCpuTime) {
-    ProcessInfoRow first = process(1, 0), second = process(2, 1);
-    first.cpuTime = 1.5;
-    second.cpuTime = 2.25;
-    auto delta = ProcessCensus::delta({first, second}, {});
-    EXPECT_DOUBLE_EQ(delta.cpuSeconds, 3.75);
-    EXPECT_EQ(delta.newProcesses, 2);
-    EXPECT_EQ(ProcessCensus::delta({}, {}).cpuSeconds, 0);
-}
-
 TEST(ProcessCensusTest, IdentityTellsReusedPidsApart) {
     std::unordered_set<ProcessIdentity> identities = {
         {10, 100.5}, {10, 100.5}, {10, 200.25}, {11, 100.5}};
