@@ -94,28 +94,6 @@ TEST(AgentCatalogTest, CliNamesAreTheNamesOfEveryCommandLineDefinition) {
     EXPECT_FALSE(names.contains("codex-desktop"));
 }
 
-TEST(AgentCatalogTest, ExclusionsKeepTheirOrder) {
-    const auto* codex = AgentCatalog::standard().definition("codex");
-    ASSERT_EQ(codex->exclusions.size(), 5u);
-    // The managed engine must be recognised before the plain app-server helper.
-    EXPECT_EQ(codex->exclusions[2].arguments,
-              ArgumentPattern::contains({"app-server", "--managed-daemon"}));
-    EXPECT_EQ(codex->exclusions[2].role, AgentRole::engine);
-    EXPECT_EQ(codex->exclusions[3].role, AgentRole::helper);
-
-    const auto* claude = AgentCatalog::standard().definition("claude");
-    ASSERT_EQ(claude->matchers.size(), 3u);
-    EXPECT_EQ(claude->matchers[1].process,
-              ProcessMatcher::executable("/claude/versions/", "claude"));
-    ASSERT_EQ(claude->exclusions.size(), 6u);
-    EXPECT_EQ(claude->exclusions[5].role, AgentRole::helperMaybeSession);
-    EXPECT_FALSE(claude->exclusions[5].process.has_value());
-
-    const auto* codexDesktop = AgentCatalog::standard().definition("codex-desktop");
-    ASSERT_EQ(codexDesktop->matchers.size(), 1u);
-    EXPECT_EQ(codexDesktop->matchers[0].arguments, ArgumentPattern::contains({"app-server"}));
-}
-
 TEST(AgentCatalogTest, UnlessListsGuardNamesSharedWithOtherTools) {
     const auto& catalog = AgentCatalog::standard();
     const auto& goose = catalog.definition("goose")->matchers.at(0).unless;
