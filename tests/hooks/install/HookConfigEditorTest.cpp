@@ -50,10 +50,11 @@ TEST(HookConfigEditorTest, GroupsAreWrittenLineByLine) {
               "{\n    \"command\": \"run 'x' \\\"y\\\" a/b\",\n    \"timeout\": 3\n}");
 }
 
-TEST(HookConfigEditorTest, ClaudeGetsEightGroupsAndOnlyNotificationHasAMatcher) {
+// Claude: eight groups, only Notification's with a matcher. Cursor: ten flat handlers and a
+// version. Codex reads its hooks.json strictly: nothing but "hooks" at the root.
+TEST(HookConfigEditorTest, EachLayoutGetsItsHandlers) {
     HookInstallRecord record;
-    auto text = installed("{}\n", entry("claude"), record);
-    auto handlers = ourHandlers(text, {"hooks"}, false);
+    auto handlers = ourHandlers(installed("{}\n", entry("claude"), record), {"hooks"}, false);
     ASSERT_EQ(handlers.size(), 8u);
     for (const auto& handler : handlers) {
         SCOPED_TRACE(handler.event);
@@ -65,19 +66,15 @@ TEST(HookConfigEditorTest, ClaudeGetsEightGroupsAndOnlyNotificationHasAMatcher) 
     EXPECT_EQ(handlers[4].matcher,
               "permission_prompt|elicitation_dialog|elicitation_url_dialog|idle_prompt");
     EXPECT_EQ(handlers, expectedHandlers(entry("claude"), kApp));
-}
 
-TEST(HookConfigEditorTest, CursorGetsTenFlatHandlersAndAVersion) {
-    HookInstallRecord record;
-    auto text = installed("{}", entry("cursor"), record);
-    EXPECT_EQ(ourHandlers(text, {"hooks"}, true).size(), 10u);
-    EXPECT_TRUE(text.ends_with(",\n  \"version\": 1\n}")) << text;
+    auto cursor = installed("{}", entry("cursor"), record);
+    EXPECT_EQ(ourHandlers(cursor, {"hooks"}, true).size(), 10u);
+    EXPECT_TRUE(cursor.ends_with(",\n  \"version\": 1\n}")) << cursor;
     EXPECT_EQ(record.addedVersion, true);
-    EXPECT_EQ(uninstalling(text, entry("cursor"), record, true), "{}");
-    // Codex reads its hooks.json strictly: nothing but "hooks" at the root.
+    EXPECT_EQ(uninstalling(cursor, entry("cursor"), record, true), "{}");
+
     HookInstallRecord codexRecord;
-    auto codex = nlohmann::json::parse(installed("{}", entry("codex"), codexRecord));
-    EXPECT_EQ(codex.size(), 1u);
+    EXPECT_EQ(nlohmann::json::parse(installed("{}", entry("codex"), codexRecord)).size(), 1u);
     EXPECT_FALSE(codexRecord.addedVersion.has_value());
 }
 
@@ -173,19 +170,6 @@ TEST(HookConfigEditorTest, EmptyContainersGetTheirInsideBack) {
         testing::expectInstalledOver(text, after, entry("claude"), kApp);
         EXPECT_EQ(uninstalling(after, entry("claude"), record, true), text);
     }
-}
-
-TEST(HookConfigEditorTest, OutdatedHandlersAreReplacedNotDuplicated) {
-    const std::string original =
-        "{\n    \"hooks\": {\n        \"Stop\": [\n"
-        "            {\"hooks\": [{\"command\": \"say done\"}]}\n"
-        "        ]\n    }\n}\n";
-    HookInstallRecord record;
-    auto old = installed(original, entry("claude"), record, "/old place");
-    auto current = installed(old, entry("claude"), record);
-    testing::expectInstalledOver(original, current, entry("claude"), kApp);
-    EXPECT_EQ(current.find("/old place"), std::string::npos);
-    EXPECT_EQ(uninstalling(current, entry("claude"), record, true), original);
 }
 
 TEST(HookConfigEditorTest, RemovalLeavesOtherHandlersInSharedGroups) {

@@ -31,6 +31,19 @@ const HookCatalogEntry& entry(std::string_view id) {
     return *HookCatalog::entry(id);
 }
 
+// The sorted names in `folder` that start with `prefix`; none when there is no folder.
+std::vector<std::string> namesIn(const fs::path& folder, const std::string& prefix = "") {
+    std::vector<std::string> names;
+    if (!fs::exists(folder)) return names;
+    for (const auto& item : fs::directory_iterator(folder)) {
+        if (item.path().filename().string().starts_with(prefix)) {
+            names.push_back(item.path().filename().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 // The real file system, with a way for a test to step in as another program would.
 class SteppingFiles : public SystemHookFileAccess {
 public:
@@ -74,17 +87,8 @@ protected:
         fs::create_directories(home.path() / folder);
     }
     std::vector<std::string> backupsOf(const HookCatalogEntry& target) const {
-        std::vector<std::string> names;
         auto file = fs::path(config(target));
-        if (!fs::exists(file.parent_path())) return names;
-        for (const auto& item : fs::directory_iterator(file.parent_path())) {
-            auto name = item.path().filename().string();
-            if (name.starts_with(file.filename().string() + ".vigilmoth-backup-")) {
-                names.push_back(name);
-            }
-        }
-        std::sort(names.begin(), names.end());
-        return names;
+        return namesIn(file.parent_path(), file.filename().string() + ".vigilmoth-backup-");
     }
     // Runs `action` and returns the message it failed with, or nothing.
     std::optional<std::string> failure(const std::function<void()>& action,
@@ -175,19 +179,6 @@ TEST_F(HookInstallerTest, BlankAndMissingFilesAreRestoredExactly) {
     }
 }
 
-TEST_F(HookInstallerTest, HooksAsAnArrayIsRefusedAndLeftUnwritten) {
-    const auto& claude = entry("claude");
-    setUp(claude);
-    const std::string text = "{\n  \"hooks\": [\n    {\"event\": \"Stop\"}\n  ]\n}\n";
-    writeFile(config(claude), text);
-    EXPECT_EQ(failure([&] { installer().install(claude); }, claude),
-              "~/.claude/settings.json has a layout vigilmoth does not recognize, so it did not "
-              "change it.");
-    EXPECT_EQ(readFile(config(claude)), text);
-    EXPECT_TRUE(backupsOf(claude).empty());
-    EXPECT_FALSE(fs::exists(installer().recordPath(claude)));
-}
-
 TEST_F(HookInstallerTest, InstallingTwiceGivesOneSetAndOutdatedSetsAreReplaced) {
     const auto& droid = entry("droid");
     setUp(droid);
@@ -243,11 +234,7 @@ TEST_F(HookInstallerTest, ALinkedSettingsFileIsEditedWhereItLives) {
     EXPECT_EQ(installer().status(claude), HookStatus::installed(1));
     EXPECT_EQ(fs::status(real).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(backupsOf(claude).size(), 0u) << "no backup beside the link";
-    bool besideTheFile = false;
-    for (const auto& item : fs::directory_iterator(real.parent_path())) {
-        besideTheFile |= item.path().filename().string().starts_with("settings.json.vigilmoth");
-    }
-    EXPECT_TRUE(besideTheFile);
+    EXPECT_FALSE(namesIn(real.parent_path(), "settings.json.vigilmoth").empty());
     installer().uninstall(claude);
     EXPECT_TRUE(fs::is_symlink(config(claude)));
     EXPECT_EQ(readFile(real), "{\"model\": \"opus\"}\n");
@@ -280,6 +267,12 @@ TEST_F(HookInstallerTest, EachGuardStopsWithItsMessageAndWritesNothing) {
         {"not JSON", [&] { writeFile(config(claude), "{\"model\": opus}\n"); },
          "vigilmoth could not read ~/.claude/settings.json, so it did not change it. Check "
          "that the file is valid JSON."},
+        {"hooks as an array",
+         [&] {
+             writeFile(config(claude), "{\n  \"hooks\": [\n    {\"event\": \"Stop\"}\n  ]\n}\n");
+         },
+         "~/.claude/settings.json has a layout vigilmoth does not recognize, so it did not "
+         "change it."},
     };
     for (const auto& testCase : cases) {
         SCOPED_TRACE(testCase.name);
@@ -375,21 +368,21 @@ TEST_F(HookInstallerTest, RemovalDeletesOnlyThisAgentsStateFiles) {
         writeFile(states / name, "{}");
     }
     installer().uninstall(codex);
-    std::vector<std::string> left;
-    for (const auto& item : fs::directory_iterator(states))
-        left.push_back(item.path().filename());
-    std::sort(left.begin(), left.end());
-    EXPECT_EQ(left,
+    EXPECT_EQ(namesIn(states),
               (std::vector<std::string>{"claude-123.json", "codex-9.json.tmp", "codex.json"}));
     EXPECT_FALSE(fs::exists(config(codex)));
 }
 
-TEST(HookInstallRecordTest, DamagedRecordsAreReadAsFarAsTheyGo) {
+// Records round-trip, and damaged ones are read as far as they go, never past it.
+TEST(HookInstallRecordTest, RoundTripsAndReadsWhatItCan) {
     HookInstallRecord record;
-    record.emptyBefore = {{"hooks"}, {"hooks", "Stop"}};
-    record.blankBefore = "\n";
-    record.interiors = std::vector<HookInstallRecord::Interior>{{{"hooks"}, " "}};
-    record.backups = {"/x"};
+    record.emptyBefore = {{}, {"hooks"}, {"hooks", "Stop"}};
+    record.createdFile = true;
+    record.addedVersion = true;
+    record.blankBefore = std::string("\r\n\t \x00\xFF", 6);
+    record.interiors = {{{"hooks"}, " \n "}, {{}, ""}};
+    record.backups = {"/a/b.vigilmoth-backup-20260101-000000"};
+    EXPECT_EQ(HookInstallRecord::fromJSON(record.toJSON()), record);
     const auto text = record.toJSON().dump();
     std::mt19937 random(7);
     for (int round = 0; round < 3000; ++round) {
@@ -401,17 +394,6 @@ TEST(HookInstallRecordTest, DamagedRecordsAreReadAsFarAsTheyGo) {
         auto json = nlohmann::json::parse(damaged, nullptr, false);
         if (!json.is_discarded()) HookInstallRecord::fromJSON(json);
     }
-}
-
-TEST(HookInstallRecordTest, RoundTripsAndReadsWhatItCan) {
-    HookInstallRecord record;
-    record.emptyBefore = {{}, {"hooks"}, {"hooks", "Stop"}};
-    record.createdFile = true;
-    record.addedVersion = true;
-    record.blankBefore = std::string("\r\n\t \x00\xFF", 6);
-    record.interiors = {{{"hooks"}, " \n "}, {{}, ""}};
-    record.backups = {"/a/b.vigilmoth-backup-20260101-000000"};
-    EXPECT_EQ(HookInstallRecord::fromJSON(record.toJSON()), record);
     for (std::size_t length = 0; length < 8; ++length) {
         HookInstallRecord blank;
         blank.blankBefore = std::string(length, '\n') + std::string(length % 3, 'x');
