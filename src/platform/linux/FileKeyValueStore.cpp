@@ -21,15 +21,8 @@ const Logger& logger() {
     return log;
 }
 
-std::optional<std::string> readWhole(const std::string& path) {
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file) return std::nullopt;
-    return readAll(file.get());
-}
-
 // A missing or damaged file reads as an empty store rather than failing every setting.
-nlohmann::json readObject(const std::string& path) {
-    auto contents = readWhole(path);
+nlohmann::json parseObject(const std::string& path, const std::optional<std::string>& contents) {
     if (!contents) return nlohmann::json::object();
     auto parsed = nlohmann::json::parse(*contents, nullptr, false);
     if (parsed.is_discarded() || !parsed.is_object()) {
@@ -37,6 +30,11 @@ nlohmann::json readObject(const std::string& path) {
         return nlohmann::json::object();
     }
     return parsed;
+}
+
+nlohmann::json readObject(const std::string& path) {
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return parseObject(path, file ? readAll(file.get()) : std::nullopt);
 }
 
 bool replaceAtomically(const std::string& path, const std::string& bytes) {
@@ -61,9 +59,32 @@ std::string FileKeyValueStore::defaultPath() {
     return WellKnownPaths::configuration(systemPathEnvironment()) + "/defaults.json";
 }
 
+bool FileKeyValueStore::Stamp::operator==(const Stamp& other) const {
+    return device == other.device && inode == other.inode && size == other.size &&
+           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
+}
+
+const nlohmann::json& FileKeyValueStore::current() const {
+    // The stamp and the contents come from the same open file, so a replacement between the
+    // two cannot pair the new contents with the old stamp.
+    FileDescriptor file(::open(path_.c_str(), O_RDONLY | O_CLOEXEC));
+    std::optional<Stamp> stamp;
+    struct stat status {};
+    if (file && ::fstat(file.get(), &status) == 0) {
+        stamp = Stamp{.device = status.st_dev,
+                      .inode = status.st_ino,
+                      .size = status.st_size,
+                      .modified = status.st_mtim};
+    }
+    if (readStamp_ && *readStamp_ == stamp) return contents_;
+    contents_ = parseObject(path_, file ? readAll(file.get()) : std::nullopt);
+    readStamp_ = stamp;
+    return contents_;
+}
+
 std::optional<nlohmann::json> FileKeyValueStore::value(const std::string& key) const {
     std::lock_guard lock(mutex_);
-    nlohmann::json object = readObject(path_);
+    const nlohmann::json& object = current();
     auto found = object.find(key);
     if (found == object.end()) return std::nullopt;
     return *found;
@@ -100,6 +121,8 @@ void FileKeyValueStore::change(const std::string& key, const std::optional<nlohm
             path_, object.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n")) {
         logger().error("could not write " + path_ + ": " + std::strerror(errno));
     }
+    // The next read takes the file as written rather than trusting a stamp taken before.
+    readStamp_.reset();
 }
 
 }  // namespace vigilmoth

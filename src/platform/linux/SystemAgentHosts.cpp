@@ -94,24 +94,46 @@ std::optional<ProcessTable> SystemAgentHosts::table() {
     return ProcessTable(std::move(*rows), [this](std::int32_t pid) { return census_.row(pid); });
 }
 
+std::optional<AgentHost> SystemAgentHosts::resolve(const AgentHostRequest& request,
+                                                   const ProcessTable& processes) {
+    LinuxHostApps apps;
+    auto answer = AgentHostResolver::resolve(request.pid, request.kind, processes, apps);
+    if (!answer) return answer;
+    // An editor runs its terminals under helper processes of its own executable (an Electron
+    // editor's pty host): the outermost of them is the one with the window.
+    auto chain = AgentHostResolver::chain(*processes.row(answer->appPid), processes);
+    auto executable = chain.front().executablePath;
+    for (const auto& row : chain) {
+        if (row.executablePath != executable) break;
+        answer->appPid = row.pid;
+    }
+    return answer;
+}
+
 std::vector<std::optional<AgentHost>> SystemAgentHosts::hosts(
     const std::vector<AgentHostRequest>& requests) {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - recentAt_ > kRecent) recent_.clear();
     std::vector<std::optional<AgentHost>> answers(requests.size());
+    std::vector<size_t> unanswered;
+    for (size_t at = 0; at < requests.size(); ++at) {
+        auto known = std::find_if(recent_.begin(), recent_.end(), [&](const Recent& recent) {
+            return recent.request == requests[at];
+        });
+        if (known != recent_.end()) {
+            answers[at] = known->host;
+        } else {
+            unanswered.push_back(at);
+        }
+    }
+    if (unanswered.empty()) return answers;
     auto processes = table();
     if (!processes) return answers;
-    LinuxHostApps apps;
-    for (size_t at = 0; at < requests.size(); ++at) {
-        answers[at] =
-            AgentHostResolver::resolve(requests[at].pid, requests[at].kind, *processes, apps);
-        if (!answers[at]) continue;
-        // An editor runs its terminals under helper processes of its own executable (an
-        // Electron editor's pty host): the outermost of them is the one with the window.
-        auto chain = AgentHostResolver::chain(*processes->row(answers[at]->appPid), *processes);
-        auto executable = chain.front().executablePath;
-        for (const auto& row : chain) {
-            if (row.executablePath != executable) break;
-            answers[at]->appPid = row.pid;
-        }
+    recent_.clear();
+    recentAt_ = now;
+    for (auto at : unanswered) {
+        answers[at] = resolve(requests[at], *processes);
+        recent_.push_back({requests[at], answers[at]});
     }
     return answers;
 }

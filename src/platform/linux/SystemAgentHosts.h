@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "catalog/AgentHostFinding.h"
 #include "catalog/AgentHostResolver.h"
 #include "catalog/ProcessCensus.h"
@@ -22,9 +24,21 @@ public:
     std::vector<std::optional<std::int32_t>> owners(const std::vector<std::int32_t>& pids) override;
 
 private:
+    // A tick asks twice about its new sessions (their rows, then the notices' owners): within
+    // this long the answers of the last census stand, rather than listing /proc again.
+    static constexpr std::chrono::milliseconds kRecent{500};
+
+    struct Recent {
+        AgentHostRequest request;
+        std::optional<AgentHost> host;
+    };
+
     std::optional<ProcessTable> table();
+    std::optional<AgentHost> resolve(const AgentHostRequest& request, const ProcessTable& table);
 
     ProcessCensusing& census_;
+    std::vector<Recent> recent_;
+    std::chrono::steady_clock::time_point recentAt_;
     bool toldNoWayForward_ = false;
 };
 

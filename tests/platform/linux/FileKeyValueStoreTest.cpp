@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
+#include <functional>
 #include <thread>
 
 #include "support/TestSupport.h"
@@ -33,6 +35,30 @@ TEST(FileKeyValueStoreTest, KeepsTypesAcrossAnotherInstance) {
     EXPECT_EQ(reader.numberValue("StateAggregator.mode"), std::nullopt);
     EXPECT_EQ(reader.value("DetectionSettings"), (nlohmann::json{{"waitingHold", 300}}));
     EXPECT_EQ(reader.value("Gone"), std::nullopt);
+}
+
+TEST(FileKeyValueStoreTest, ReaderSeesEveryLaterChangeByAnotherWriter) {
+    TemporaryFolder folder;
+    std::string path = folder / "defaults.json";
+    FileKeyValueStore reader(path);
+    FileKeyValueStore other(path);
+    EXPECT_EQ(reader.value("a"), std::nullopt);
+    // Each change leaves a file of another length, so that it is told apart even where the
+    // file system's clock is coarse.
+    const std::vector<std::pair<std::function<void()>, std::optional<nlohmann::json>>> changes{
+        {[&] { other.set("a", 1); }, 1},
+        {[&] { other.set("a", 22); }, 22},
+        {[&] { writeFile(path, "{\"a\": 333}"); }, 333},
+        {[&] { other.remove("a"); }, std::nullopt},
+        {[&] { writeFile(path, "{\"a\": 4444}"); }, 4444},
+        {[&] { std::filesystem::remove(path); }, std::nullopt},
+    };
+    for (size_t at = 0; at < changes.size(); ++at) {
+        SCOPED_TRACE(at);
+        changes[at].first();
+        EXPECT_EQ(reader.value("a"), changes[at].second);
+        EXPECT_EQ(reader.value("a"), changes[at].second);
+    }
 }
 
 TEST(FileKeyValueStoreTest, DamagedFileReadsAsEmptyAndIsReplacedOnTheNextChange) {

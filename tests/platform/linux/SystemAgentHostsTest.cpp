@@ -13,7 +13,11 @@ namespace {
 class RowsCensus final : public ProcessCensusing {
 public:
     std::vector<ProcessInfoRow> rows;
-    std::optional<std::vector<ProcessInfoRow>> snapshot() override { return rows; }
+    int snapshots = 0;
+    std::optional<std::vector<ProcessInfoRow>> snapshot() override {
+        ++snapshots;
+        return rows;
+    }
     std::optional<ProcessInfoRow> row(int32_t pid) override {
         for (const auto& row : rows) {
             if (row.pid == pid) return row;
@@ -90,6 +94,8 @@ TEST(SystemAgentHostsTest, FindsTheApplicationThatOwnsTheAgentsTerminal) {
         EXPECT_EQ(found[1], c.host);
         EXPECT_EQ(hosts.owners({100}),
                   std::vector{c.host ? std::optional(c.host->appPid) : std::nullopt});
+        // The owners of the sessions just looked up come from the same look at /proc.
+        EXPECT_EQ(census.snapshots, c.kind == AgentDefinition::Kind::cli ? 1 : 2);
     }
 }
 
