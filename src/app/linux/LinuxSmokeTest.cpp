@@ -70,21 +70,10 @@ struct MenuVisit {
             layoutRead = sd_bus_message_read(layout, "u", &revision) > 0 && revision > 0;
         }
         sd_bus_message_unref(layout);
-        sd_bus_message* icon = nullptr;
-        if (sd_bus_get_property(bus.get(), item.c_str(), StatusNotifierTray::kItemPath,
-                                "org.kde.StatusNotifierItem", "IconPixmap", nullptr, &icon,
-                                "a(iiay)") >= 0) {
-            int width = 0;
-            int height = 0;
-            const void* pixels = nullptr;
-            std::size_t bytes = 0;
-            sd_bus_message_enter_container(icon, 'a', "(iiay)");
-            sd_bus_message_enter_container(icon, 'r', "iiay");
-            sd_bus_message_read(icon, "ii", &width, &height);
-            sd_bus_message_read_array(icon, 'y', &pixels, &bytes);
-            iconRead = width > 0 && bytes == static_cast<std::size_t>(width) * height * 4;
+        if (auto icon = StatusNotifierTray::readIcon(bus.get(), item)) {
+            iconRead = icon->width > 0 &&
+                       icon->bytes == static_cast<std::size_t>(icon->width) * icon->height * 4;
         }
-        sd_bus_message_unref(icon);
         std::this_thread::sleep_for(std::chrono::duration<double>(kMenuOpenFor));
         sd_bus_call_method(bus.get(), item.c_str(), path, kMenu, "Event", nullptr, nullptr, "isvu",
                            0, "closed", "s", "", 0u);

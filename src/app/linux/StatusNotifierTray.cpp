@@ -242,4 +242,21 @@ int StatusNotifierTray::watcherChanged(sd_bus_message* message, void* self, sd_b
     return 0;
 }
 
+std::optional<StatusNotifierTray::Pixmap> StatusNotifierTray::readIcon(sd_bus* bus,
+                                                                       const std::string& item) {
+    sd_bus_message* reply = nullptr;
+    if (sd_bus_get_property(bus, item.c_str(), kItemPath, "org.kde.StatusNotifierItem",
+                            "IconPixmap", nullptr, &reply, "a(iiay)") < 0) {
+        return std::nullopt;
+    }
+    const SdBusMessage kept(reply);
+    Pixmap pixmap;
+    const void* pixels = nullptr;
+    sd_bus_message_enter_container(reply, 'a', "(iiay)");
+    sd_bus_message_enter_container(reply, 'r', "iiay");
+    sd_bus_message_read(reply, "ii", &pixmap.width, &pixmap.height);
+    sd_bus_message_read_array(reply, 'y', &pixels, &pixmap.bytes);
+    return pixmap;
+}
+
 }  // namespace vigilmoth

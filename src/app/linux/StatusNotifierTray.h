@@ -5,6 +5,7 @@
 #include <asio.hpp>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -28,6 +29,15 @@ public:
     static constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher";
     static constexpr const char* kItemPath = "/StatusNotifierItem";
     static constexpr const char* kMenuPath = "/MenuBar";
+
+    // The first picture of an item's IconPixmap as a tray host reads it, or none when the item
+    // cannot be asked.
+    struct Pixmap {
+        int width = 0;
+        int height = 0;
+        std::size_t bytes = 0;
+    };
+    static std::optional<Pixmap> readIcon(sd_bus* bus, const std::string& item);
 
     // None when the desktop has no StatusNotifierWatcher or the item cannot be set up; the
     // application then runs without a tray, which is logged once.

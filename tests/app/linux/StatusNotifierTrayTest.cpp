@@ -86,20 +86,9 @@ TEST_F(StatusNotifierTrayTest, ServesThePanelAsAMenuAndTurnsAClickIntoItsCommand
     EXPECT_EQ(registrations(), std::vector<std::string>{tray->busName()});
     onLoop([&] { tray->update(working(ReportedState::working), {}, "vigilmoth: awake"); });
     // The robot comes as ARGB pixels of the size it claims.
-    sd_bus_message* icon = nullptr;
-    ASSERT_GE(
-        sd_bus_get_property(bus.client(), tray->busName().c_str(), StatusNotifierTray::kItemPath,
-                            "org.kde.StatusNotifierItem", "IconPixmap", nullptr, &icon, "a(iiay)"),
-        0);
-    const SdBusMessage keptIcon(icon);
-    int width = 0, height = 0;
-    const void* pixels = nullptr;
-    std::size_t bytes = 0;
-    sd_bus_message_enter_container(icon, 'a', "(iiay)");
-    sd_bus_message_enter_container(icon, 'r', "iiay");
-    sd_bus_message_read(icon, "ii", &width, &height);
-    sd_bus_message_read_array(icon, 'y', &pixels, &bytes);
-    EXPECT_EQ(std::tuple(width, bytes), std::tuple(22, 22u * height * 4));
+    const auto icon = StatusNotifierTray::readIcon(bus.client(), tray->busName());
+    ASSERT_TRUE(icon);
+    EXPECT_EQ(std::tuple(icon->width, icon->bytes), std::tuple(22, 22u * icon->height * 4));
     std::uint32_t first = 0;
     auto lines = layout(first);
     EXPECT_EQ(lines.count("Claude Code — Working for 5 minutes"), 1u);
