@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Compiles every source that is built for macOS, in syntax-only mode with warnings as errors,
-# against the stand-in headers of tests/macos/sdk and GNUstep's headers. Exits non-zero when any
+# against the stand-in headers of tests/fixtures/macos/sdk and GNUstep's headers. Exits non-zero when any
 # file does not compile. docs/architecture.md ("The macOS check") says what it can and cannot catch.
 #   scripts/check-macos.sh [--core] [ROOT]
 #     --core  also compile every portable source with clang (slow; the test command leaves it out)
@@ -28,7 +28,7 @@ macos_sources() {
         find src/helper -type f \( -name '*.cpp' -o -name '*.mm' -o -name '*.h' \) 2>/dev/null
         grep -rlE --include='*.cpp' --include='*.mm' --include='*.h' '__APPLE__|__MACH__|TARGET_OS_' src
         if $with_core; then find src -type f -name '*.cpp'; fi
-        find tests/macos/sdk -type f -name '*.h'
+        find tests/fixtures/macos/sdk -type f -name '*.h'
     } | grep -v '/linux/' | sort -u | while read -r file; do
         grep -qE '^#\s*(if\s+!\s*defined\s*\(?\s*__linux__|ifndef\s+__linux__)' "$file" || echo "$file"
     done
@@ -43,7 +43,7 @@ platform_flags=(-D__APPLE__=1 -D__MACH__=1 -U__linux__ -U__linux -Ulinux -U__gnu
 # here (the backslashes keep its quotes through the response files below).
 common_flags=(-std=c++20 -fblocks -Wall -Wextra -Wpedantic -Werror
     -Wno-missing-field-initializers "${platform_flags[@]}" '-DVIGILMOTH_VERSION=\"0.0.0\"' -Isrc
-    -isystem tests/macos/sdk -isystem tests/macos/linux-only)
+    -isystem tests/fixtures/macos/sdk -isystem tests/fixtures/macos/linux-only)
 
 # GNUstep's own defines and header folders, and GCC's Objective-C runtime headers, which clang
 # does not look for by itself; the runtime folder is reached through a link of its own so that
@@ -88,7 +88,7 @@ check_one() {
         ;;
     esac
     case "$file" in
-    tests/macos/sdk/*) include="#include <${file#tests/macos/sdk/}>" ;;
+    tests/fixtures/macos/sdk/*) include="#include <${file#tests/fixtures/macos/sdk/}>" ;;
     src/*.h) include="#include \"${file#src/}\"" ;;
     esac
     local log="$scratch/${file//\//_}.log"

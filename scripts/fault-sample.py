@@ -2,7 +2,8 @@
 """Measures what the tests catch: plants one fault at a time in src/, builds, runs the tests.
 
   scripts/fault-sample.py generate [--seed N] [--count N]   choose a new sample into fault-sample.list
-  scripts/fault-sample.py run [--only ID,...]   plant each fault of the list, build, test
+  scripts/fault-sample.py run [--only ID,...] [--filter GTEST_FILTER] [--build-dir DIR]
+                                               plant each fault of the list, build, test
 
 The list is kept in the repository so that the same sample can be run before and after a change
 to the tests. A fault whose line is no longer in its file is reported as "gone" rather than
@@ -15,6 +16,7 @@ import random
 import re
 import subprocess
 import sys
+import tempfile
 import time
 from pathlib import Path
 
@@ -135,7 +137,53 @@ def plant(path, text, mutated):
     return False
 
 
-def run(only, build_dir):
+def failed_tests(output):
+    return sorted(set(re.findall(r"^\[  FAILED  \] (\w+\.\w+(?:/\w+)?)", output, re.MULTILINE)))
+
+
+def run_tests(tests, env, test_filter, shards):
+    """Whether the tests fail with the fault planted. The shards run side by side and the first
+    failure stops the others; a failing test then runs again alone, so that a test that failed only
+    under the load of the others does not count as a catch."""
+    base = [str(tests), "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={test_filter}"]
+    running = []
+    outputs = {}
+    for index in range(shards):
+        shard_env = dict(env, GTEST_TOTAL_SHARDS=str(shards), GTEST_SHARD_INDEX=str(index))
+        output = tempfile.TemporaryFile("w+")
+        process = subprocess.Popen(base, env=shard_env, stdout=output, stderr=subprocess.STDOUT,
+                                   start_new_session=True)
+        outputs[process.pid] = output
+        running.append(process)
+    deadline = time.monotonic() + 900
+    failing = None
+    while running and failing is None:
+        for process in list(running):
+            if process.poll() is None:
+                continue
+            running.remove(process)
+            if process.returncode != 0:
+                outputs[process.pid].seek(0)
+                failing = failed_tests(outputs[process.pid].read()) or ["*"]
+        if time.monotonic() > deadline:
+            failing = ["*"]
+        time.sleep(0.2)
+    for process in running:
+        try:
+            os.killpg(process.pid, 9)
+        except ProcessLookupError:
+            pass
+        process.wait()
+    if failing is None:
+        return False
+    if failing == ["*"]:
+        return True
+    again = subprocess.run([str(tests), "--gtest_brief=1", "--gtest_filter=" + ":".join(failing)], env=env,
+                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=900)
+    return again.returncode != 0
+
+
+def run(only, build_dir, test_filter, shards):
     env = dict(os.environ, ASAN_OPTIONS="detect_leaks=1", UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1")
     configure = ["cmake", "-S", str(ROOT), "-B", str(build_dir), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                  "-DVIGILMOTH_SANITIZE=ON", "-DVIGILMOTH_BENCH=OFF"]
@@ -156,12 +204,7 @@ def run(only, build_dir):
             elif subprocess.run(build, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode != 0:
                 outcome = "does not build"
             else:
-                try:
-                    test = subprocess.run([str(tests), "--gtest_fail_fast", "--gtest_brief=1"], env=env,
-                                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=900)
-                    outcome = "caught" if test.returncode != 0 else "missed"
-                except subprocess.TimeoutExpired:
-                    outcome = "caught"
+                outcome = "caught" if run_tests(tests, env, test_filter, shards) else "missed"
         finally:
             path.write_text(original)
         results[outcome].append(fault_id)
@@ -183,11 +226,13 @@ def main():
     runner = sub.add_parser("run")
     runner.add_argument("--only", default="")
     runner.add_argument("--build-dir", default=str(ROOT / "build" / "faults"))
+    runner.add_argument("--filter", default="*", help="only these tests (a gtest filter)")
+    runner.add_argument("--shards", type=int, default=3, help="test shards run side by side")
     args = parser.parse_args()
     if args.command == "generate":
         generate(args.seed, args.count)
     else:
-        run(set(filter(None, args.only.split(","))), Path(args.build_dir))
+        run(set(filter(None, args.only.split(","))), Path(args.build_dir), args.filter, args.shards)
 
 
 if __name__ == "__main__":

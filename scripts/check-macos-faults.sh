@@ -2,10 +2,10 @@
 # Shows that the macOS check (scripts/check-macos.sh) catches real faults: in a scratch copy of the
 # tree it seeds one fault at a time and expects the check to fail with the compiler's word for it.
 # A clean copy must pass first. Slow (one full check per fault), so it is run by hand:
-#   tests/macos/seeded-faults.sh
+#   scripts/check-macos-faults.sh
 set -euo pipefail
 
-root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 
@@ -20,9 +20,9 @@ bool holdAwake(IOPMAssertionID& assertion) {
 
 fresh_copy() {
     rm -rf "$work/tree"
-    mkdir -p "$work/tree/tests" "$work/tree/scripts"
+    mkdir -p "$work/tree/tests/fixtures" "$work/tree/scripts"
     cp -a "$root/src" "$root/CMakeLists.txt" "$work/tree/"
-    cp -a "$root/tests/macos" "$work/tree/tests/"
+    cp -a "$root/tests/fixtures/macos" "$work/tree/tests/fixtures/"
     cp -a "$root/scripts/check-macos.sh" "$work/tree/scripts/"
     printf '%s\n' "$assertion_source" >"$work/tree/src/platform/macos/SeededPowerAssertion.cpp"
 }
