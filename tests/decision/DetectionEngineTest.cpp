@@ -1,10 +1,10 @@
 // Show the engine's loop over a scheduler, collector and clocks the test moves by hand: which
 // ticks it schedules and drops, how it measures gaps and shifts its memories over them, and how
 // the wake gate holds back a new hold around a sleep.
-#include "decision/DetectionEngine.h"
-
 #include <gtest/gtest.h>
 
+#include "decision/DetectionEngine.h"
+#include "decision/SampleGap.h"
 #include "support/DecisionBuilders.h"
 #include "support/DetectionFakes.h"
 
@@ -191,6 +191,33 @@ TEST_F(DetectionEngineTest, InputsDecideAgainAndNewAgentNamesSampleAgainSoon) {
     EXPECT_EQ(scheduler.due(), std::vector<double>{0.2});
     tickWorking(1);
     EXPECT_EQ(collector.asked.back(), std::vector<std::string>{"mybot"});
+}
+
+const Date kStart(1767225600);
+
+TEST(SampleGapTest, GapsCountSleepAndStallsButNotJitter) {
+    struct Case {
+        const char* name;
+        double wall;
+        std::optional<double> awakeBefore, awakeAfter, gap;
+    };
+    const Case cases[] = {
+        {"a normal tick", 2, 100, 102, std::nullopt},
+        {"40 s awake is a stall", 40, 100, 140, 40},
+        {"40 s with 5 s awake slept 35 s", 40, 100, 105, 35},
+        {"slept and stalled", 100, 100, 120, 100},
+        {"one second of clock jitter", 3, 100, 102, std::nullopt},
+        {"no awake clock, short", 15, std::nullopt, std::nullopt, std::nullopt},
+        {"no awake clock, long", 16, 100, std::nullopt, 16},
+        {"awake clock went back", 20, 100, 50, 20},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(SampleGap::length(SampleTime{kStart, c.awakeBefore},
+                                    SampleTime{kStart + c.wall, c.awakeAfter}),
+                  c.gap);
+    }
+    EXPECT_EQ(SampleGap::length(std::nullopt, SampleTime{kStart, 5.0}), std::nullopt);
 }
 
 }  // namespace

@@ -1,47 +1,29 @@
-// Show that stored settings decode forgivingly, clamped, and fail whole on a wrong type.
+// Show that stored settings decode forgivingly, clamped, and fail whole on a wrong type, and
+// that the settings store loads, saves and migrates them from the legacy allowlist.
 #include <random>
 
 #include <gtest/gtest.h>
 
+#include "base/DefaultsKeys.h"
+#include "catalog/AgentCatalog.h"
 #include "decision/DetectionSettings.h"
+#include "decision/DetectionSettingsStore.h"
 #include "support/FuzzInput.h"
 
 namespace vigilmoth {
 namespace {
 
-DetectionSettings decoded(const std::string& text) {
-    auto settings = decodeJSONText<DetectionSettings>(text);
-    EXPECT_TRUE(settings) << text;
-    return settings.value_or(DetectionSettings{});
-}
-
-TEST(DetectionSettingsTest, MissingKeysTakeTheDefaults) {
-    auto settings = decoded("{}");
-    EXPECT_EQ(settings, DetectionSettings{});
-    EXPECT_EQ(settings.releaseAfterState, 120);
-    EXPECT_EQ(settings.releaseAfterActivity, 300);
-    EXPECT_EQ(settings.waitingHold, 300);
-    EXPECT_EQ(settings.weakEvidenceCap, 1800);
-    EXPECT_EQ(settings.batteryFloorPercent, 20);
-    EXPECT_TRUE(settings.batteryFloorEnabled && settings.stayAwakeLidClosedOnBattery &&
-                settings.displayOffLidClosed && settings.dimAsLidCloses &&
-                settings.stayAwakeForRemoteAccess);
-    EXPECT_TRUE(settings.agentRules.empty());
-    EXPECT_TRUE(settings.userAgentNames.empty());
-    EXPECT_EQ(decoded(R"({"waitingHold":null})"), DetectionSettings{});
-}
-
-TEST(DetectionSettingsTest, DurationsAndBatteryFloorAreClamped) {
+TEST(DetectionSettingsTest, MissingKeysTakeTheDefaultsAndOutOfRangeValuesAreClamped) {
     struct Case {
         std::string text;
-        double releaseAfterState;
-        double weakEvidenceCap;
+        double releaseAfterState, weakEvidenceCap;
         int batteryFloorPercent;
     };
     const Case cases[] = {
+        {"{}", 120, 1800, 20},
+        {R"({"waitingHold":null})", 120, 1800, 20},
         {R"({"releaseAfterState":0.5})", 120, 1800, 20},
         {R"({"releaseAfterState":1})", 1, 1800, 20},
-        {R"({"releaseAfterState":0})", 120, 1800, 20},
         {R"({"releaseAfterState":-50})", 120, 1800, 20},
         {R"({"releaseAfterState":100000})", 86400, 1800, 20},
         {R"({"releaseAfterState":86400})", 86400, 1800, 20},
@@ -51,40 +33,41 @@ TEST(DetectionSettingsTest, DurationsAndBatteryFloorAreClamped) {
         {R"({"batteryFloorPercent":2})", 120, 1800, 5},
         {R"({"batteryFloorPercent":90})", 120, 1800, 50},
         {R"({"batteryFloorPercent":-9223372036854775808})", 120, 1800, 5},
-        {R"({"batteryFloorPercent":35})", 120, 1800, 35},
         {R"({"batteryFloorPercent":30.0})", 120, 1800, 30},
     };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.text);
-        auto settings = decoded(item.text);
-        EXPECT_EQ(settings.releaseAfterState, item.releaseAfterState);
-        EXPECT_EQ(settings.weakEvidenceCap, item.weakEvidenceCap);
-        EXPECT_EQ(settings.batteryFloorPercent, item.batteryFloorPercent);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        auto expected = DetectionSettings{};
+        expected.releaseAfterState = c.releaseAfterState;
+        expected.weakEvidenceCap = c.weakEvidenceCap;
+        expected.batteryFloorPercent = c.batteryFloorPercent;
+        EXPECT_EQ(decodeJSONText<DetectionSettings>(c.text), expected);
     }
     // Each duration is clamped on its own and falls back to its own default.
-    auto settings = decoded(R"({"releaseAfterActivity":0.1,"waitingHold":1e9})");
-    EXPECT_EQ(settings.releaseAfterActivity, 300);
-    EXPECT_EQ(settings.waitingHold, 86400);
+    auto settings =
+        decodeJSONText<DetectionSettings>(R"({"releaseAfterActivity":0.1,"waitingHold":1e9})");
+    ASSERT_TRUE(settings);
+    EXPECT_EQ(settings->releaseAfterActivity, 300);
+    EXPECT_EQ(settings->waitingHold, 86400);
 }
 
 TEST(DetectionSettingsTest, AValueOfTheWrongTypeFailsTheWholeDecode) {
-    const std::string cases[] = {
-        R"({"releaseAfterState":"x"})",
-        R"({"waitingHold":true})",
-        R"({"batteryFloorPercent":20.5})",
-        R"({"batteryFloorPercent":"20"})",
-        R"({"batteryFloorPercent":1e300})",
-        R"({"batteryFloorEnabled":1})",
-        R"({"dimAsLidCloses":"true"})",
-        R"({"agentRules":[]})",
-        R"({"agentRules":{"codex":"sometimes"}})",
-        R"({"agentRules":{"codex":1}})",
-        R"({"userAgentNames":"mytool"})",
-        R"({"userAgentNames":["mytool",1]})",
-        R"([])",
-        R"(not json)",
-    };
-    for (const auto& text : cases) {
+    for (const char* text : {
+             R"({"releaseAfterState":"x"})",
+             R"({"waitingHold":true})",
+             R"({"batteryFloorPercent":20.5})",
+             R"({"batteryFloorPercent":"20"})",
+             R"({"batteryFloorPercent":1e300})",
+             R"({"batteryFloorEnabled":1})",
+             R"({"dimAsLidCloses":"true"})",
+             R"({"agentRules":[]})",
+             R"({"agentRules":{"codex":"sometimes"}})",
+             R"({"agentRules":{"codex":1}})",
+             R"({"userAgentNames":"mytool"})",
+             R"({"userAgentNames":["mytool",1]})",
+             R"([])",
+             R"(not json)",
+         }) {
         SCOPED_TRACE(text);
         EXPECT_FALSE(decodeJSONText<DetectionSettings>(text));
     }
@@ -106,22 +89,12 @@ TEST(DetectionSettingsTest, EncodingKeepsTheFieldOrderAndReadsBack) {
               R"("dimAsLidCloses":false,"stayAwakeForRemoteAccess":true,)"
               R"("agentRules":{"codex":"ignore","user:my\/tool":"alwaysWorkingWhileOpen"},)"
               R"("userAgentNames":["my\/tool","Other"]})");
-    EXPECT_EQ(decoded(text), settings);
+    EXPECT_EQ(decodeJSONText<DetectionSettings>(text), settings);
     EXPECT_EQ(settings.rule("codex"), AgentRule::ignore);
     EXPECT_EQ(settings.rule("claude"), AgentRule::automatic);
-}
-
-TEST(DetectionSettingsTest, RulesAndModesAreNamedByTheirCases) {
-    using Rules = std::array<AgentRule, 3>;
-    EXPECT_EQ(allCases<AgentRule>(),
-              (Rules{AgentRule::automatic, AgentRule::alwaysWorkingWhileOpen, AgentRule::ignore}));
-    using Modes = std::array<AwakeMode, 3>;
-    EXPECT_EQ(allCases<AwakeMode>(),
-              (Modes{AwakeMode::always, AwakeMode::agentOpen, AwakeMode::agentWorking}));
-    EXPECT_EQ(namedCase<AwakeMode>("agentOpen"), AwakeMode::agentOpen);
+    // Stored names are matched exactly; an unknown mode falls back to agentWorking.
     EXPECT_EQ(namedCase<AgentRule>("alwaysWorkingWhileOpen"), AgentRule::alwaysWorkingWhileOpen);
     EXPECT_FALSE(namedCase<AwakeMode>("AgentOpen"));
-    EXPECT_FALSE(namedCase<AgentRule>(""));
     EXPECT_EQ(storedAwakeMode("always"), AwakeMode::always);
     EXPECT_EQ(storedAwakeMode("sometimes"), AwakeMode::agentWorking);
     EXPECT_EQ(storedAwakeMode(std::nullopt), AwakeMode::agentWorking);
@@ -142,6 +115,107 @@ TEST(DetectionSettingsTest, MutatedSettingsNeverCrashTheDecoder) {
         }
         EXPECT_FALSE(decodeJSONText<DetectionSettings>(testing::randomBytes(random, 100)));
     }
+}
+
+class DetectionSettingsStoreTest : public ::testing::Test {
+protected:
+    MemoryKeyValueStore store;
+    const AgentCatalog& catalog = AgentCatalog::standard();
+
+    DetectionSettings load() { return DetectionSettingsStore::load(store, catalog); }
+    void storeLegacy(nlohmann::json allowlist, nlohmann::json knownDefaults) {
+        store.set(defaults_keys::legacyAllowlist, allowlist);
+        store.set(defaults_keys::legacyKnownDefaults, knownDefaults);
+    }
+    bool hasLegacyKeys() const {
+        return store.value(defaults_keys::legacyAllowlist) ||
+               store.value(defaults_keys::legacyKnownDefaults);
+    }
+};
+
+TEST_F(DetectionSettingsStoreTest, SavedSettingsLoadBackAndUndecodableOnesGiveTheDefaults) {
+    EXPECT_EQ(load(), DetectionSettings{});
+    EXPECT_FALSE(store.value(defaults_keys::detectionSettings));
+    DetectionSettings settings;
+    settings.waitingHold = 42;
+    settings.agentRules["goose"] = AgentRule::alwaysWorkingWhileOpen;
+    DetectionSettingsStore::save(settings, store);
+    EXPECT_EQ(load(), settings);
+    for (const nlohmann::json& stored : {nlohmann::json(R"({"releaseAfterState":"x"})"),
+                                         nlohmann::json("{"), nlohmann::json(17)}) {
+        SCOPED_TRACE(stored.dump());
+        store.set(defaults_keys::detectionSettings, stored);
+        EXPECT_EQ(load(), DetectionSettings{});
+    }
+}
+
+TEST_F(DetectionSettingsStoreTest, TheLegacyAllowlistIsMigratedOnceAndRemoved) {
+    ASSERT_TRUE(catalog.cliNames().contains("aider"));
+    const auto cliNames = catalog.cliNames();
+    storeLegacy({"Aider", "mytool", "claude", "mytool", "MyTool"},
+                std::vector<std::string>(cliNames.begin(), cliNames.end()));
+    // A broken new value does not stop the migration.
+    store.set(defaults_keys::detectionSettings, R"({"waitingHold":"x"})");
+    auto settings = load();
+    EXPECT_EQ(settings.userAgentNames, (std::vector<std::string>{"mytool", "MyTool"}));
+    for (const auto& definition : catalog.definitions) {
+        SCOPED_TRACE(definition.id);
+        bool removed = definition.kind == AgentDefinition::Kind::cli &&
+                       !definition.processNames().empty() && definition.id != "claude" &&
+                       definition.id != "aider";
+        EXPECT_EQ(settings.agentRules.contains(definition.id), removed);
+    }
+    EXPECT_EQ(settings.rule("codex"), AgentRule::ignore);
+    EXPECT_EQ(settings.rule("gemini"), AgentRule::ignore);
+    EXPECT_EQ(settings.releaseAfterState, 120);
+    EXPECT_FALSE(hasLegacyKeys());
+    EXPECT_EQ(load(), settings);
+}
+
+TEST_F(DetectionSettingsStoreTest, MigrationRules) {
+    ASSERT_EQ(catalog.definition("gemini")->processNames(),
+              (std::vector<std::string>{"gemini", "gemini-cli"}));
+    using Names = std::vector<std::string>;
+    using Rules = std::map<std::string, AgentRule>;
+    const auto ignore = AgentRule::ignore;
+    const std::tuple<const char*, Names, std::optional<Names>, Rules> cases[] = {
+        {"no known defaults ignores nothing", {"aider"}, std::nullopt, {}},
+        {"claude is never ignored", {}, Names{"claude"}, {}},
+        {"one name of two unknown keeps the agent", {}, Names{"gemini"}, {}},
+        {"both names known and absent", {}, Names{"gemini", "GEMINI-CLI"}, {{"gemini", ignore}}},
+        {"one name still allowed", {"Gemini-CLI"}, Names{"gemini", "gemini-cli"}, {}},
+        {"desktop agents are left alone",
+         {},
+         Names{"cursor", "codex-desktop", "Codex"},
+         Rules{{"codex", ignore}}},
+    };
+    for (const auto& [name, allowlist, knownDefaults, rules] : cases) {
+        SCOPED_TRACE(name);
+        auto settings = DetectionSettingsStore::migrated(allowlist, knownDefaults, catalog);
+        EXPECT_EQ(settings.agentRules, rules);
+        EXPECT_TRUE(settings.userAgentNames.empty());
+    }
+}
+
+TEST_F(DetectionSettingsStoreTest, LegacyKeysGoWhateverTheyHold) {
+    // Settings that decode win, and the legacy keys still go.
+    DetectionSettings saved;
+    saved.weakEvidenceCap = 900;
+    DetectionSettingsStore::save(saved, store);
+    storeLegacy({"mytool"}, {"aider"});
+    EXPECT_EQ(load(), saved);
+    EXPECT_FALSE(hasLegacyKeys());
+    // An allowlist holding non-strings counts as absent.
+    store.remove(defaults_keys::detectionSettings);
+    storeLegacy({"mytool", 3}, {"aider"});
+    EXPECT_EQ(load(), DetectionSettings{});
+    EXPECT_FALSE(store.value(defaults_keys::detectionSettings));
+    EXPECT_FALSE(hasLegacyKeys());
+    // A broken known-defaults list only loses the "ignore" rules.
+    storeLegacy({"mytool"}, "aider");
+    auto settings = load();
+    EXPECT_EQ(settings.userAgentNames, std::vector<std::string>{"mytool"});
+    EXPECT_TRUE(settings.agentRules.empty());
 }
 
 }  // namespace

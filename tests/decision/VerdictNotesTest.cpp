@@ -3,8 +3,6 @@
 // sleep moves only the dates vigilmoth set itself.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "decision/CursorApprovalRule.h"
 #include "decision/VerdictRules.h"
 #include "support/DecisionBuilders.h"
@@ -13,51 +11,44 @@ namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
+using M = AgentMemory;
+
+// Memory of a rollout seen now saying working, its turn begun at `since`.
+AgentMemory rollout(std::optional<Date> since) {
+    return {.lastReport = report(working, Source::codexRollout, now, since),
+            .lastReportSeenAt = now};
+}
 
 TEST(VerdictNotesTest, AHookWaitIsJudgedOverOnlyWhenTheAgentMovedOn) {
     const Date h = now - 30;
-    const auto rollout = [](std::optional<Date> since) {
-        return [since](AgentMemory& m) {
-            rememberReport(m, report(working, Source::codexRollout, now, since));
-        };
-    };
+    const auto none = std::nullopt;
+    const auto waits = [h](auto change) { return with(withHook(agent(), waiting, h), change); };
     struct Case {
         const char* name;
         AgentEvidence evidence;
-        std::function<void(AgentMemory&)> memory;
+        AgentMemory memory;
         std::optional<Date> ended;
     };
     const Case cases[] = {
-        {"no hook clears", agent(), [h](AgentMemory& m) { m.endedHookWaitAt = h; }, std::nullopt},
+        {"no hook clears", agent(), M{.endedHookWaitAt = h}, none},
         {"a hook too far ahead clears", withHook(agent(), waiting, now + 6),
-         [](AgentMemory& m) { m.endedHookWaitAt = now + 6; }, std::nullopt},
-        {"a wait already judged stays judged", withHook(agent(), waiting, h),
-         [h](AgentMemory& m) { m.endedHookWaitAt = h; }, h},
-        {"a busy command answers it",
-         with(withHook(agent(), waiting, h), [](auto& e) { e.busyChildCommands = 1; }),
-         [](AgentMemory&) {}, h},
-        {"a working job answers it",
-         with(withHook(agent(), waiting, h), [](auto& e) { e.backgroundJobsWorking = 1; }),
-         [](AgentMemory&) {}, h},
-        {"no working report keeps it open",
-         with(withHook(agent(), waiting, h), [](auto& e) { e.fileActivityAt = now; }),
-         [](AgentMemory&) {}, std::nullopt},
+         M{.endedHookWaitAt = now + 6}, none},
+        {"a wait already judged stays judged", waits([](auto&) {}), M{.endedHookWaitAt = h}, h},
+        {"a busy command answers it", waits([](auto& e) { e.busyChildCommands = 1; }), M{}, h},
+        {"a working job answers it", waits([](auto& e) { e.backgroundJobsWorking = 1; }), M{}, h},
+        {"no working report keeps it open", waits([](auto& e) { e.fileActivityAt = now; }), M{},
+         none},
         {"working with a file write well after it",
-         with(withHook(agent(), waiting, h), [h](auto& e) { e.fileActivityAt = h + 2.5; }),
-         rollout(std::nullopt), h},
+         waits([h](auto& e) { e.fileActivityAt = h + 2.5; }), rollout(none), h},
         {"working with a file write just after it",
-         with(withHook(agent(), waiting, h), [h](auto& e) { e.fileActivityAt = h + 2; }),
-         rollout(std::nullopt), std::nullopt},
-        {"working with a turn begun after it", withHook(agent(), waiting, h), rollout(h + 3), h},
-        {"working with a turn begun before it", withHook(agent(), waiting, h), rollout(h - 3),
-         std::nullopt},
+         waits([h](auto& e) { e.fileActivityAt = h + 2; }), rollout(none), none},
+        {"working with a turn begun after it", waits([](auto&) {}), rollout(h + 3), h},
+        {"working with a turn begun before it", waits([](auto&) {}), rollout(h - 3), none},
     };
-    for (const auto& c : cases) {
+    for (auto c : cases) {
         SCOPED_TRACE(c.name);
-        AgentMemory memory;
-        c.memory(memory);
-        VerdictRules::noteHookWait(c.evidence, memory, {}, now);
-        EXPECT_EQ(memory.endedHookWaitAt, c.ended);
+        VerdictRules::noteHookWait(c.evidence, c.memory, {}, now);
+        EXPECT_EQ(c.memory.endedHookWaitAt, c.ended);
     }
 }
 
@@ -80,126 +71,77 @@ TEST(VerdictNotesTest, HookWorkTakesANewStampOnceAndNeverStartsInTheFuture) {
 
 TEST(VerdictNotesTest, WorkAfterAnIdleStampCountsOnlyPastItsFirstTenSeconds) {
     const Date h = now - 30;
+    const auto none = std::nullopt;
+    const auto idles = [](auto change, Date at = now - 30) {
+        return with(withHook(agent(), idle, at), change);
+    };
+    const auto command = [](auto& e) { e.busyChildCommands = 1; };
+    const auto writes = [h](auto& e) { e.fileActivityAt = h + 11; };
     struct Case {
         const char* name;
         AgentEvidence evidence;
-        std::function<void(AgentMemory&)> memory;
-        std::optional<Date> idleAt;
-        std::optional<Date> workAfter;
+        AgentMemory memory;
+        std::optional<Date> idleAt, workAfter;
     };
     const Case cases[] = {
-        {"a new stamp forgets older work", withHook(agent(), idle, h),
-         [](AgentMemory& m) {
-             m.hookIdleAt = now - 500;
-             m.workAfterHookIdleAt = now - 400;
-         },
-         h, std::nullopt},
-        {"the same stamp keeps it", withHook(agent(), idle, h),
-         [h](AgentMemory& m) {
-             m.hookIdleAt = h;
-             m.workAfterHookIdleAt = now - 5;
-         },
-         h, now - 5},
-        {"a command after the quiet seconds",
-         with(withHook(agent(), idle, h), [](auto& e) { e.busyChildCommands = 1; }),
-         [](AgentMemory&) {}, h, now},
-        {"a command inside the quiet seconds",
-         with(withHook(agent(), idle, now - 10), [](auto& e) { e.busyChildCommands = 1; }),
-         [](AgentMemory&) {}, now - 10, std::nullopt},
-        {"an own assertion",
-         with(withHook(agent(), idle, h), [](auto& e) { e.ownsSleepAssertion = true; }),
-         [](AgentMemory&) {}, h, now},
-        {"a write after the quiet seconds",
-         with(withHook(agent(), idle, h), [h](auto& e) { e.fileActivityAt = h + 11; }),
-         [](AgentMemory&) {}, h, h + 11},
-        {"an older write does not move it back",
-         with(withHook(agent(), idle, h), [h](auto& e) { e.fileActivityAt = h + 11; }),
-         [h](AgentMemory& m) {
-             m.hookIdleAt = h;
-             m.workAfterHookIdleAt = h + 20;
-         },
-         h, h + 20},
-        {"a state-level agent keeps none",
-         with(withHook(stateAgent(), idle, h), [](auto& e) { e.busyChildCommands = 1; }),
-         [h](AgentMemory& m) { m.hookIdleAt = h; }, std::nullopt, std::nullopt},
+        {"a new stamp forgets older work", idles([](auto&) {}),
+         M{.hookIdleAt = now - 500, .workAfterHookIdleAt = now - 400}, h, none},
+        {"the same stamp keeps it", idles([](auto&) {}),
+         M{.hookIdleAt = h, .workAfterHookIdleAt = now - 5}, h, now - 5},
+        {"a command after the quiet seconds", idles(command), M{}, h, now},
+        {"a command inside the quiet seconds", idles(command, now - 10), M{}, now - 10, none},
+        {"an own assertion", idles([](auto& e) { e.ownsSleepAssertion = true; }), M{}, h, now},
+        {"a write after the quiet seconds", idles(writes), M{}, h, h + 11},
+        {"an older write does not move it back", idles(writes),
+         M{.hookIdleAt = h, .workAfterHookIdleAt = h + 20}, h, h + 20},
+        {"a state-level agent keeps none", with(withHook(stateAgent(), idle, h), command),
+         M{.hookIdleAt = h}, none, none},
         {"a working hook clears both", withHook(agent(), working, h),
-         [h](AgentMemory& m) {
-             m.hookIdleAt = h;
-             m.workAfterHookIdleAt = now;
-         },
-         std::nullopt, std::nullopt},
+         M{.hookIdleAt = h, .workAfterHookIdleAt = now}, none, none},
     };
-    for (const auto& c : cases) {
+    for (auto c : cases) {
         SCOPED_TRACE(c.name);
-        AgentMemory memory;
-        c.memory(memory);
-        VerdictRules::noteHookIdle(c.evidence, memory, now);
-        EXPECT_EQ(memory.hookIdleAt, c.idleAt);
-        EXPECT_EQ(memory.workAfterHookIdleAt, c.workAfter);
+        VerdictRules::noteHookIdle(c.evidence, c.memory, now);
+        EXPECT_EQ(c.memory.hookIdleAt, c.idleAt);
+        EXPECT_EQ(c.memory.workAfterHookIdleAt, c.workAfter);
     }
 }
 
 TEST(VerdictNotesTest, WeakOnlyStretchesStartResetAndCap) {
+    const auto none = std::nullopt;
     struct Case {
         const char* name;
         bool statesWork;
-        std::function<void(AgentMemory&)> memory;
+        AgentMemory memory;
         std::optional<Date> since;
         bool capped;
     };
     const Case cases[] = {
         {"stated work resets", true,
-         [](AgentMemory& m) {
-             m.lastCPUAt = now;
-             m.weakOnlySince = now - 3000;
-             m.weakCapped = true;
-         },
-         std::nullopt, false},
+         M{.lastCPUAt = now, .weakOnlySince = now - 3000, .weakCapped = true}, none, false},
         {"a strong sign resets", false,
-         [](AgentMemory& m) {
-             m.lastCPUAt = now;
-             m.lastFileWriteAt = now - 299;
-             m.weakOnlySince = now - 3000;
-             m.weakCapped = true;
-         },
-         std::nullopt, false},
-        {"processor use starts a stretch", false, [](AgentMemory& m) { m.lastCPUAt = now; }, now,
-         false},
+         M{.lastFileWriteAt = now - 299,
+           .lastCPUAt = now,
+           .weakOnlySince = now - 3000,
+           .weakCapped = true},
+         none, false},
+        {"processor use starts a stretch", false, M{.lastCPUAt = now}, now, false},
         {"a stretch short of the cap", false,
-         [](AgentMemory& m) {
-             m.lastCPUAt = now;
-             m.lastCommandAt = now - 300;
-             m.weakOnlySince = now - 1799;
-         },
-         now - 1799, false},
-        {"a stretch at the cap", false,
-         [](AgentMemory& m) {
-             m.lastCPUAt = now;
-             m.weakOnlySince = now - 1800;
-         },
+         M{.lastCommandAt = now - 300, .lastCPUAt = now, .weakOnlySince = now - 1799}, now - 1799,
+         false},
+        {"a stretch at the cap", false, M{.lastCPUAt = now, .weakOnlySince = now - 1800},
          now - 1800, true},
         {"a pause in processor use keeps the stretch", false,
-         [](AgentMemory& m) {
-             m.lastCPUAt = now - 400;
-             m.weakOnlySince = now - 2000;
-             m.weakCapped = true;
-         },
-         now - 2000, true},
+         M{.lastCPUAt = now - 400, .weakOnlySince = now - 2000, .weakCapped = true}, now - 2000,
+         true},
         {"a long pause ends it", false,
-         [](AgentMemory& m) {
-             m.lastCPUAt = now - 1800;
-             m.weakOnlySince = now - 4000;
-             m.weakCapped = true;
-         },
-         std::nullopt, false},
+         M{.lastCPUAt = now - 1800, .weakOnlySince = now - 4000, .weakCapped = true}, none, false},
     };
-    for (const auto& c : cases) {
+    for (auto c : cases) {
         SCOPED_TRACE(c.name);
-        AgentMemory memory;
-        c.memory(memory);
-        VerdictRules::noteWeakOnly(memory, c.statesWork, {}, now);
-        EXPECT_EQ(memory.weakOnlySince, c.since);
-        EXPECT_EQ(memory.weakCapped, c.capped);
+        VerdictRules::noteWeakOnly(c.memory, c.statesWork, {}, now);
+        EXPECT_EQ(c.memory.weakOnlySince, c.since);
+        EXPECT_EQ(c.memory.weakCapped, c.capped);
     }
 }
 
@@ -211,45 +153,37 @@ AgentEvidence cursorAtWork(std::optional<Date> turnSince = std::nullopt) {
 }
 
 TEST(VerdictNotesTest, CursorApprovalSignsNeedAQuietWorkingTranscript) {
+    const auto changed = [](auto change) { return with(cursorAtWork(), change); };
+    const auto stopped = [](double at, auto change) {
+        return with(withHook(cursorAtWork(), idle, now + at), change);
+    };
+    const auto same = [](auto&) {};
     struct Case {
         const char* name;
         AgentEvidence evidence;
-        bool signs;
-        bool endedByStop;
+        bool signs, endedByStop;
     };
     const Case cases[] = {
         {"a quiet working transcript", cursorAtWork(), true, false},
-        {"another agent", with(cursorAtWork(), [](auto& e) { e.agentID = "cursor"; }), false,
+        {"another agent", changed([](auto& e) { e.agentID = "cursor"; }), false, false},
+        {"another source", changed([](auto& e) { e.reported->source = Source::claudeTranscript; }),
+         false, false},
+        {"an idle transcript", changed([](auto& e) { e.reported->state = idle; }), false, false},
+        {"a child command, even an idle one", changed([](auto& e) { e.childCommands = 1; }), false,
          false},
-        {"another source",
-         with(cursorAtWork(), [](auto& e) { e.reported->source = Source::claudeTranscript; }),
-         false, false},
-        {"an idle transcript", with(cursorAtWork(), [](auto& e) { e.reported->state = idle; }),
-         false, false},
-        {"a child command, even an idle one",
-         with(cursorAtWork(), [](auto& e) { e.childCommands = 1; }), false, false},
-        {"an own assertion", with(cursorAtWork(), [](auto& e) { e.ownsSleepAssertion = true; }),
-         false, false},
+        {"an own assertion", changed([](auto& e) { e.ownsSleepAssertion = true; }), false, false},
         {"a stop hook ends the turn", withHook(cursorAtWork(now - 60), idle, now - 20), false,
          true},
         {"a stop hook before the turn began", withHook(cursorAtWork(now - 10), idle, now - 20),
          true, false},
-        {"a stop hook kept per session",
-         with(withHook(cursorAtWork(), idle, now - 20),
-              [](auto& e) { e.hookStateBySession = true; }),
+        {"a stop hook kept per session", stopped(-20, [](auto& e) { e.hookStateBySession = true; }),
          true, false},
         {"a working hook", withHook(cursorAtWork(), working, now - 20), true, false},
-        {"a stop hook 6 seconds ahead is no hook", withHook(cursorAtWork(), idle, now + 6), true,
-         false},
-        {"a stop hook 5 seconds ahead counts", withHook(cursorAtWork(), idle, now + 5), false,
-         true},
-        {"writes long after the stop",
-         with(withHook(cursorAtWork(), idle, now - 20),
-              [](auto& e) { e.fileActivityAt = now - 4; }),
+        {"a stop hook 6 seconds ahead is no hook", stopped(6, same), true, false},
+        {"a stop hook 5 seconds ahead counts", stopped(5, same), false, true},
+        {"writes long after the stop", stopped(-20, [](auto& e) { e.fileActivityAt = now - 4; }),
          true, false},
-        {"writes just after the stop",
-         with(withHook(cursorAtWork(), idle, now - 20),
-              [](auto& e) { e.fileActivityAt = now - 5; }),
+        {"writes just after the stop", stopped(-20, [](auto& e) { e.fileActivityAt = now - 5; }),
          false, true},
     };
     for (const auto& c : cases) {

@@ -3,8 +3,6 @@
 // the turn says where the conversation stands.
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "decision/VerdictRules.h"
 #include "support/DecisionBuilders.h"
 
@@ -12,19 +10,6 @@ namespace vigilmoth {
 namespace {
 
 using namespace verdicttest;
-
-struct Case {
-    const char* name;
-    AgentEvidence evidence;
-    std::function<void(AgentMemory&)> memory;
-    AgentVerdict expected;
-};
-
-void noMemory(AgentMemory&) {}
-
-AgentVerdict verdict(ReportedState state, Confidence confidence, VerdictReason reason) {
-    return {state, confidence, reason};
-}
 
 VerdictOutcome readOnce(const AgentEvidence& evidence, const AgentMemory& memory,
                         const DetectionSettings& settings) {
@@ -34,82 +19,77 @@ VerdictOutcome readOnce(const AgentEvidence& evidence, const AgentMemory& memory
 
 TEST(VerdictReadingTest, TheFirstRuleThatAppliesDecides) {
     const auto plain = VerdictReason::plain;
-    const Case cases[] = {
-        {"nothing at all on the first tick", agent(), noMemory,
-         verdict(idle, Confidence::inferredWeak, VerdictReason::noActivity(0))},
-        {"a busy command overrules a waiting hook",
-         with(withHook(agent(), waiting, now - 30), [](auto& e) { e.busyChildCommands = 1; }),
-         noMemory, verdict(working, Confidence::inferredStrong, VerdictReason::runningCommand(1))},
-        {"working jobs overrule a stated idle",
-         with(withHook(agent(), idle, now - 5), [](auto& e) { e.backgroundJobsWorking = 2; }),
-         noMemory, verdict(working, Confidence::inferredStrong, VerdictReason::backgroundJob(2))},
-        {"the hook says working", withHook(agent(), working, now - 5), noMemory,
-         verdict(working, Confidence::reported, plain(Kind::reportsBusy))},
-        {"a report says waiting",
-         with(agent(), [](auto& e) { e.reported = report(waiting, Source::codexRollout, now); }),
-         noMemory, verdict(waiting, Confidence::reported, plain(Kind::asksPermission))},
-        {"the hook says idle", withHook(agent(), idle, now - 5), noMemory,
-         verdict(idle, Confidence::reported, plain(Kind::atPrompt))},
-        {"a sleep assertion after the idle stamp",
-         with(withHook(agent(), idle, now - 20), [](auto& e) { e.ownsSleepAssertion = true; }),
-         noMemory, verdict(working, Confidence::inferredStrong, plain(Kind::holdsSleepAssertion))},
-        {"a session write after the idle stamp",
-         with(withHook(agent(), idle, now - 60), [](auto& e) { e.fileActivityAt = now - 40; }),
-         noMemory,
-         verdict(working, Confidence::inferredStrong, VerdictReason::writingSessionFile(40))},
-        {"a write in the ten seconds after the idle stamp is the turn's tail",
-         with(withHook(agent(), idle, now - 60), [](auto& e) { e.fileActivityAt = now - 51; }),
-         noMemory, verdict(idle, Confidence::reported, plain(Kind::atPrompt))},
-        {"a command after the idle stamp, gone now", withHook(agent(), idle, now - 60),
-         [](AgentMemory& m) {
-             m.hookIdleAt = now - 60;
-             m.workAfterHookIdleAt = now - 20;
-             m.lastFileWriteAt = now - 30;
-         },
-         verdict(working, Confidence::inferredStrong, VerdictReason::workedRecently(20))},
-        {"work after the idle stamp too long ago", withHook(agent(), idle, now - 600),
-         [](AgentMemory& m) {
-             m.hookIdleAt = now - 600;
-             m.workAfterHookIdleAt = now - 300;
-         },
-         verdict(idle, Confidence::reported, plain(Kind::atPrompt))},
-        {"a state-level agent takes no work after its idle stamp",
-         with(withHook(stateAgent(), idle, now - 20), [](auto& e) { e.ownsSleepAssertion = true; }),
-         noMemory, verdict(idle, Confidence::reported, plain(Kind::atPrompt))},
-        {"an own sleep assertion", with(agent(), [](auto& e) { e.ownsSleepAssertion = true; }),
-         noMemory, verdict(working, Confidence::inferredStrong, plain(Kind::holdsSleepAssertion))},
-        {"a recent write", with(agent(), [](auto& e) { e.fileActivityAt = now - 30.7; }), noMemory,
-         verdict(working, Confidence::inferredStrong, VerdictReason::writingSessionFile(30))},
-        {"a command 40 seconds ago", agent(), [](AgentMemory& m) { m.lastCommandAt = now - 40; },
-         verdict(working, Confidence::inferredStrong, VerdictReason::workedRecently(40))},
-        {"strong signs end after releaseAfterActivity", agent(),
-         [](AgentMemory& m) {
-             m.firstSeenAt = now - 4000;
-             m.lastCommandAt = now - 300;
-         },
-         verdict(idle, Confidence::inferredWeak, VerdictReason::noActivity(5))},
-        {"idle minutes count from the first sight without signs", agent(),
-         [](AgentMemory& m) { m.firstSeenAt = now - 7250; },
-         verdict(idle, Confidence::inferredWeak, VerdictReason::noActivity(120))},
-        {"a write before the process started is ignored",
-         with(agent(), [](auto& e) { e.fileActivityAt = Date(e.startTime - 10); }), noMemory,
-         verdict(idle, Confidence::inferredWeak, VerdictReason::noActivity(0))},
-        {"steady processor use", agent(), [](AgentMemory& m) { m.lastCPUAt = now - 10; },
-         verdict(working, Confidence::inferredWeak, plain(Kind::cpuActivity))},
-        {"processor use past the cap", agent(),
-         [](AgentMemory& m) {
-             m.lastCPUAt = now - 10;
-             m.weakOnlySince = now - 2000;
-             m.weakCapped = true;
-         },
-         verdict(idle, Confidence::inferredWeak, VerdictReason::onlyWeakSigns(30))},
+    const auto hooked = [](ReportedState s, double ago, auto change) {
+        return with(withHook(agent(), s, now - ago), change);
     };
-    const DetectionSettings settings;
+    const auto changed = [](auto change) { return with(agent(), change); };
+    const auto same = [](auto&) {};
+    const auto asserts = [](auto& e) { e.ownsSleepAssertion = true; };
+    const auto strong = [](VerdictReason r) {
+        return AgentVerdict{working, Confidence::inferredStrong, r};
+    };
+    const auto quiet = [](VerdictReason r) {
+        return AgentVerdict{idle, Confidence::inferredWeak, r};
+    };
+    const AgentVerdict atPrompt{idle, Confidence::reported, plain(Kind::atPrompt)};
+    using M = AgentMemory;
+    using V = AgentVerdict;
+    struct Case {
+        const char* name;
+        AgentEvidence evidence;
+        AgentMemory memory;
+        AgentVerdict expected;
+    };
+    const Case cases[] = {
+        {"nothing at all on the first tick", agent(), M{}, quiet(VerdictReason::noActivity(0))},
+        {"a busy command overrules a waiting hook",
+         hooked(waiting, 30, [](auto& e) { e.busyChildCommands = 1; }), M{},
+         strong(VerdictReason::runningCommand(1))},
+        {"working jobs overrule a stated idle",
+         hooked(idle, 5, [](auto& e) { e.backgroundJobsWorking = 2; }), M{},
+         strong(VerdictReason::backgroundJob(2))},
+        {"the hook says working", hooked(working, 5, same), M{},
+         V{working, Confidence::reported, plain(Kind::reportsBusy)}},
+        {"a report says waiting",
+         changed([](auto& e) { e.reported = report(waiting, Source::codexRollout, now); }), M{},
+         V{waiting, Confidence::reported, plain(Kind::asksPermission)}},
+        {"the hook says idle", hooked(idle, 5, same), M{}, atPrompt},
+        {"a sleep assertion after the idle stamp", hooked(idle, 20, asserts), M{},
+         strong(plain(Kind::holdsSleepAssertion))},
+        {"a session write after the idle stamp",
+         hooked(idle, 60, [](auto& e) { e.fileActivityAt = now - 40; }), M{},
+         strong(VerdictReason::writingSessionFile(40))},
+        {"a write in the ten seconds after the idle stamp is the turn's tail",
+         hooked(idle, 60, [](auto& e) { e.fileActivityAt = now - 51; }), M{}, atPrompt},
+        {"a command after the idle stamp, gone now", hooked(idle, 60, same),
+         M{.lastFileWriteAt = now - 30, .hookIdleAt = now - 60, .workAfterHookIdleAt = now - 20},
+         strong(VerdictReason::workedRecently(20))},
+        {"work after the idle stamp too long ago", hooked(idle, 600, same),
+         M{.hookIdleAt = now - 600, .workAfterHookIdleAt = now - 300}, atPrompt},
+        {"a state-level agent takes no work after its idle stamp",
+         with(withHook(stateAgent(), idle, now - 20), asserts), M{}, atPrompt},
+        {"an own sleep assertion", changed(asserts), M{}, strong(plain(Kind::holdsSleepAssertion))},
+        {"a recent write", changed([](auto& e) { e.fileActivityAt = now - 30.7; }), M{},
+         strong(VerdictReason::writingSessionFile(30))},
+        {"a command 40 seconds ago", agent(), M{.lastCommandAt = now - 40},
+         strong(VerdictReason::workedRecently(40))},
+        {"strong signs end after releaseAfterActivity", agent(),
+         M{.firstSeenAt = now - 4000, .lastCommandAt = now - 300},
+         quiet(VerdictReason::noActivity(5))},
+        {"idle minutes count from the first sight without signs", agent(),
+         M{.firstSeenAt = now - 7250}, quiet(VerdictReason::noActivity(120))},
+        {"a write before the process started is ignored",
+         changed([](auto& e) { e.fileActivityAt = Date(e.startTime - 10); }), M{},
+         quiet(VerdictReason::noActivity(0))},
+        {"steady processor use", agent(), M{.lastCPUAt = now - 10},
+         V{working, Confidence::inferredWeak, plain(Kind::cpuActivity)}},
+        {"processor use past the cap", agent(),
+         M{.lastCPUAt = now - 10, .weakOnlySince = now - 2000, .weakCapped = true},
+         quiet(VerdictReason::onlyWeakSigns(30))},
+    };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        AgentMemory memory;
-        c.memory(memory);
-        EXPECT_EQ(readOnce(c.evidence, memory, settings).readings.at(0).verdict, c.expected);
+        EXPECT_EQ(readOnce(c.evidence, c.memory, {}).readings.at(0).verdict, c.expected);
     }
 }
 
@@ -124,9 +104,9 @@ TEST(VerdictReadingTest, UserRulesWinOverEverythingAndGiveNoTurn) {
     };
     const RuleCase cases[] = {
         {AgentRule::alwaysWorkingWhileOpen,
-         verdict(working, Confidence::reported, VerdictReason::plain(Kind::alwaysWorkingByRule))},
+         {working, Confidence::reported, VerdictReason::plain(Kind::alwaysWorkingByRule)}},
         {AgentRule::ignore,
-         verdict(idle, Confidence::reported, VerdictReason::plain(Kind::ignoredByRule))},
+         {idle, Confidence::reported, VerdictReason::plain(Kind::ignoredByRule)}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(static_cast<int>(c.rule));

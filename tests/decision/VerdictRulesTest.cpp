@@ -1,12 +1,13 @@
 // Show that each verdict rule takes the evidence and memory it should and no other: file writes,
-// reports, hooks, processor buckets, weak-only tracking, the stated state, inference and turns.
-#include "decision/VerdictRules.h"
-
-#include <gtest/gtest.h>
-
+// reports, hooks, processor buckets, weak-only tracking and the stated state; and that the
+// numbers reasons carry are whole and finite whatever duration they come from.
 #include <functional>
 #include <limits>
 
+#include <gtest/gtest.h>
+
+#include "decision/VerdictReason.h"
+#include "decision/VerdictRules.h"
 #include "support/DecisionBuilders.h"
 
 namespace vigilmoth {
@@ -14,52 +15,40 @@ namespace {
 
 using namespace verdicttest;
 
-TEST(VerdictRulesTest, FileWriteTakesTheLatestOwnWriteAndNeverTheFuture) {
-    struct Case {
-        const char* name;
-        std::function<void(AgentEvidence&)> setUp;
-        std::optional<Date> expected;
-    };
-    const Case cases[] = {
-        {"nothing written", [](AgentEvidence&) {}, std::nullopt},
-        {"file activity", [](AgentEvidence& e) { e.fileActivityAt = now - 5; }, now - 5},
-        {"a file-activity report seen later wins",
-         [](AgentEvidence& e) {
-             e.fileActivityAt = now - 5;
-             e.reported = report(working, Source::fileActivity, now - 1);
-         },
-         now - 1},
-        {"other reports are not writes",
-         [](AgentEvidence& e) {
-             e.fileActivityAt = now - 5;
-             e.reported = report(working, Source::codexRollout, now - 1);
-         },
-         now - 5},
-        {"only a file-activity report",
-         [](AgentEvidence& e) { e.reported = report(idle, Source::fileActivity, now - 2); },
-         now - 2},
-        {"a write before the process started is not its own",
-         [](AgentEvidence& e) { e.fileActivityAt = Date(e.startTime - 1); }, std::nullopt},
-        {"a write at the start is its own",
-         [](AgentEvidence& e) { e.fileActivityAt = Date(e.startTime); }, Date(epoch - 3600)},
-        {"a write in the future is clamped to now",
-         [](AgentEvidence& e) { e.fileActivityAt = now + 30; }, now},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        auto evidence = agent();
-        c.setUp(evidence);
-        EXPECT_EQ(VerdictRules::fileWrite(evidence, now), c.expected);
-    }
+// Evidence of an agent that wrote at `fileAt` and gave `reported`.
+AgentEvidence wrote(std::optional<Date> fileAt, std::optional<StateReport> reported = {}) {
+    auto evidence = agent();
+    evidence.fileActivityAt = fileAt;
+    evidence.reported = reported;
+    return evidence;
 }
 
-TEST(VerdictRulesTest, StateReportLeavesFileActivityToTheWrites) {
-    auto evidence = agent();
-    EXPECT_EQ(VerdictRules::stateReport(evidence), std::nullopt);
-    evidence.reported = report(working, Source::fileActivity, now);
-    EXPECT_EQ(VerdictRules::stateReport(evidence), std::nullopt);
-    evidence.reported = report(waiting, Source::claudeSessionFile, now);
-    EXPECT_EQ(VerdictRules::stateReport(evidence), evidence.reported);
+TEST(VerdictRulesTest, FileWriteTakesTheLatestOwnWriteAndNeverTheFuture) {
+    const Date start(epoch - 3600);
+    const auto none = std::nullopt;
+    const std::tuple<const char*, AgentEvidence, std::optional<Date>> cases[] = {
+        {"nothing written", agent(), none},
+        {"file activity", wrote(now - 5), now - 5},
+        {"a file-activity report seen later wins",
+         wrote(now - 5, report(working, Source::fileActivity, now - 1)), now - 1},
+        {"other reports are not writes",
+         wrote(now - 5, report(working, Source::codexRollout, now - 1)), now - 5},
+        {"only a file-activity report", wrote(none, report(idle, Source::fileActivity, now - 2)),
+         now - 2},
+        {"a write before the process started is not its own", wrote(start - 1), none},
+        {"a write at the start is its own", wrote(start), start},
+        {"a write in the future is clamped to now", wrote(now + 30), now},
+    };
+    for (const auto& [name, evidence, expected] : cases) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(VerdictRules::fileWrite(evidence, now), expected);
+    }
+    // Writes are left to the rule above; every other report is the agent's stated state.
+    EXPECT_EQ(VerdictRules::stateReport(agent()), none);
+    EXPECT_EQ(VerdictRules::stateReport(wrote(none, report(working, Source::fileActivity, now))),
+              none);
+    const auto stated = report(waiting, Source::claudeSessionFile, now);
+    EXPECT_EQ(VerdictRules::stateReport(wrote(none, stated)), stated);
 }
 
 TEST(VerdictRulesTest, SteadyCPUNeedsThreeBusyBucketsOfTheLastThirtySeconds) {
@@ -172,49 +161,42 @@ TEST(VerdictRulesTest, StatedStateWeighsTheHookAgainstTheReports) {
             rememberReport(m, report(state, Source::claudeSessionFile, now, since));
         };
     };
-    auto bySession = withHook(stateAgent(), working, now - 20);
+    const auto activity = [](ReportedState s, Date d) { return withHook(agent(), s, d); };
+    const auto state = [](ReportedState s, Date d) { return withHook(stateAgent(), s, d); };
+    auto bySession = state(working, now - 20);
     bySession.hookStateBySession = true;
+    auto unstamped = agent();
+    unstamped.hookState = working;
     const Case cases[] = {
         {"no hook gives the report", agent(), reports(waiting), waiting},
-        {"a hook without a time stamp is no hook",
-         [] {
-             auto e = agent();
-             e.hookState = working;
-             return e;
-         }(),
-         none, std::nullopt},
-        {"a hook 6 seconds ahead is no hook", withHook(agent(), working, now + 6), reports(idle),
-         idle},
-        {"a hook 5 seconds ahead counts", withHook(agent(), working, now + 5), reports(idle),
-         working},
-        {"a wait not yet over", withHook(agent(), waiting, now - 100), none, waiting},
-        {"a wait judged over gives the report", withHook(agent(), waiting, now - 100),
+        {"a hook without a time stamp is no hook", unstamped, none, std::nullopt},
+        {"a hook 6 seconds ahead is no hook", activity(working, now + 6), reports(idle), idle},
+        {"a hook 5 seconds ahead counts", activity(working, now + 5), reports(idle), working},
+        {"a wait not yet over", activity(waiting, now - 100), none, waiting},
+        {"a wait judged over gives the report", activity(waiting, now - 100),
          [](AgentMemory& m) {
              m.endedHookWaitAt = now - 100;
              rememberReport(m, report(working, Source::codexRollout, now));
          },
          working},
-        {"fresh working, activity level", withHook(agent(), working, now - 60), none, working},
-        {"fresh working, state level", withHook(stateAgent(), working, now - 20), none, working},
-        {"fresh working, session went idle after it", withHook(stateAgent(), working, now - 20),
+        {"fresh working, activity level", activity(working, now - 60), none, working},
+        {"fresh working, state level", state(working, now - 20), none, working},
+        {"fresh working, session went idle after it", state(working, now - 20),
          reports(idle, now - 10), idle},
-        {"fresh working, session idle from before it", withHook(stateAgent(), working, now - 20),
+        {"fresh working, session idle from before it", state(working, now - 20),
          reports(idle, now - 30), working},
-        {"fresh working, session idle dated in the future",
-         withHook(stateAgent(), working, now - 20), reports(idle, now + 1), working},
+        {"fresh working, session idle dated in the future", state(working, now - 20),
+         reports(idle, now + 1), working},
         {"fresh working kept per session", bySession, reports(idle, now - 10), working},
-        {"fresh idle", withHook(stateAgent(), idle, now - 10), none, idle},
-        {"fresh idle, the report says working", withHook(stateAgent(), idle, now - 10),
-         reports(working), working},
-        {"stale idle, activity level", withHook(agent(), idle, now - 61), reports(waiting), idle},
-        {"stale idle, state level", withHook(stateAgent(), idle, now - 61), reports(waiting),
-         waiting},
-        {"60 seconds is still fresh", withHook(stateAgent(), idle, now - 60), none, idle},
-        {"stale working, state level", withHook(stateAgent(), working, now - 61), none,
-         std::nullopt},
-        {"stale working, recent hook work", withHook(agent(), working, now - 61),
+        {"fresh idle", state(idle, now - 10), none, idle},
+        {"fresh idle, the report says working", state(idle, now - 10), reports(working), working},
+        {"stale idle, activity level", activity(idle, now - 61), reports(waiting), idle},
+        {"stale idle, state level", state(idle, now - 61), reports(waiting), waiting},
+        {"60 seconds is still fresh", state(idle, now - 60), none, idle},
+        {"stale working, state level", state(working, now - 61), none, std::nullopt},
+        {"stale working, recent hook work", activity(working, now - 61),
          [](AgentMemory& m) { m.hookWorkSince = now - 1799; }, working},
-        {"stale working, old hook work", withHook(agent(), working, now - 61),
+        {"stale working, old hook work", activity(working, now - 61),
          [](AgentMemory& m) {
              m.hookWorkSince = now - 1800;
              rememberReport(m, report(idle, Source::codexRollout, now));
@@ -227,6 +209,27 @@ TEST(VerdictRulesTest, StatedStateWeighsTheHookAgainstTheReports) {
         AgentMemory memory;
         c.setUp(memory);
         EXPECT_EQ(VerdictRules::statedState(c.evidence, memory, settings, now), c.expected);
+    }
+}
+
+TEST(VerdictReasonTest, WholeSecondsTruncateAndHoldNonsenseToFiniteValues) {
+    struct Case {
+        double seconds;
+        std::int64_t expected;
+    };
+    const Case cases[] = {
+        {0, 0},
+        {59.9, 59},
+        {-0.5, 0},
+        {-61.9, -61},
+        {std::numeric_limits<double>::quiet_NaN(), 0},
+        {std::numeric_limits<double>::infinity(), 1'000'000'000'000'000},
+        {-std::numeric_limits<double>::infinity(), -1'000'000'000'000'000},
+        {1e300, 1'000'000'000'000'000},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.seconds);
+        EXPECT_EQ(wholeSeconds(c.seconds), c.expected);
     }
 }
 

@@ -2,6 +2,8 @@
 // require, and logs every decision with its reason.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "base/DefaultsKeys.h"
 #include "notices/AgentNoticeReducer.h"
 #include "support/DecisionBuilders.h"
@@ -11,226 +13,185 @@ namespace {
 
 const Date kStart(1767225600);
 
-struct Session {
-    std::int32_t pid;
-    ReportedState state;
-    std::optional<double> since = std::nullopt;  // seconds after kStart
-    bool failed = false;
-    bool withTurn = true;
-};
-
-// Drives one reducer through updates at offsets from kStart.
-class Scenario {
-public:
+// Drives one reducer through updates at offsets from kStart. Sessions are written as words
+// "<pid><state>[@since][!][~]": state b (working), w (waiting) or i (idle); @ the turn's start
+// in seconds after kStart; ! an error ended the turn; ~ no turn, so the verdict is followed.
+struct Scenario {
     Scenario() { input.settings = {.waiting = true, .finished = true, .onlyWhenAway = true}; }
 
-    // The notices due at `offset` and the log lines of that update.
-    std::vector<AgentNotice> at(double offset, const std::vector<Session>& sessions) {
+    // What fell due at `offset`, as "<kind> <pid>[ after <s>][ failed]...", and the update's
+    // log lines joined by "; ".
+    std::pair<std::string, std::string> at(double offset, const std::string& sessions) {
         input.readings.clear();
-        for (const auto& session : sessions) {
+        std::istringstream words(sessions);
+        for (std::string word; words >> word;) {
+            std::size_t end = 0;
+            const int pid = std::stoi(word, &end);
+            const char code = word[end];
+            const auto state = code == 'b'   ? ReportedState::working
+                               : code == 'w' ? ReportedState::waitingForUser
+                                             : ReportedState::idle;
+            std::optional<Date> since;
+            if (auto mark = word.find('@'); mark != std::string::npos)
+                since = kStart + std::stod(word.substr(mark + 1));
             // The verdict disagrees on purpose: the reported turn is what is followed.
-            auto reading = testing::readingOf("claude", "Claude Code", {session.pid, 100},
-                                              ReportedState::idle);
-            if (session.withTurn) {
-                std::optional<Date> since;
-                if (session.since) since = kStart + *session.since;
-                reading.turn = AgentTurn{session.state, since, session.failed};
-            } else {
-                reading.verdict.state = session.state;
-            }
+            auto reading =
+                testing::readingOf("claude", "Claude Code", {pid, 100}, ReportedState::idle);
+            if (word.ends_with('~'))
+                reading.verdict.state = state;
+            else
+                reading.turn = AgentTurn{state, since, word.find('!') != std::string::npos};
             input.readings.push_back(reading);
         }
-        auto notices = reducer.update(kStart + offset, input);
-        log.clear();
+        std::ostringstream told;
+        for (const auto& notice : reducer.update(kStart + offset, input)) {
+            told << (told.tellp() > 0 ? "; " : "") << agentNoticeKindWord(notice.kind);
+            for (const auto& session : notice.sessions) {
+                told << ' ' << session.identity.pid;
+                if (session.workedFor) told << " after " << *session.workedFor;
+                if (session.failed) told << " failed";
+            }
+        }
+        std::string log;
         for (const auto& decision : reducer.decisions)
-            log.push_back(decision.logLine());
-        return notices;
+            log += (log.empty() ? "" : "; ") + decision.logLine();
+        return {told.str(), log};
     }
 
     AgentNoticeReducer reducer;
     AgentNoticeInput input;
-    std::vector<std::string> log;
 };
 
-using Lines = std::vector<std::string>;
-constexpr auto working = ReportedState::working;
-constexpr auto waiting = ReportedState::waitingForUser;
-constexpr auto idle = ReportedState::idle;
+struct Step {
+    double offset;
+    const char* sessions;
+    const char* told;
+    const char* log;
+};
 
-std::vector<std::int32_t> pids(const AgentNotice& notice) {
-    std::vector<std::int32_t> pids;
-    for (const auto& session : notice.sessions)
-        pids.push_back(session.identity.pid);
-    return pids;
-}
-
-TEST(AgentNoticeReducerTest, AWaitFallsDueAfterItsDebounceAndAShortOneIsWithdrawn) {
-    Scenario scenario;
-    scenario.at(0, {{1, working}});
-    EXPECT_TRUE(scenario.at(1, {{1, waiting}}).empty());
-    EXPECT_TRUE(scenario.at(2.5, {{1, working}}).empty());
-    EXPECT_EQ(scenario.log, (Lines{"waiting skipped pid 1: the wait ended after 1.5 s"}));
-
-    scenario.at(10, {{1, waiting}});
-    EXPECT_TRUE(scenario.at(12, {{1, waiting}}).empty());
-    auto notices = scenario.at(12.1, {{1, waiting}});
-    ASSERT_EQ(notices.size(), 1u);
-    EXPECT_EQ(notices[0].kind, AgentNoticeKind::waiting);
-    EXPECT_EQ(scenario.log, (Lines{"waiting fired pid 1"}));
-    EXPECT_TRUE(scenario.reducer.sessions.at({1, 100}).waitTold);
-}
-
-TEST(AgentNoticeReducerTest, WhatHeldAtLaunchIsNeverTold) {
-    Scenario scenario;
-    scenario.at(0, {{1, waiting}, {2, working}});
-    EXPECT_EQ(scenario.log, (Lines{"waiting skipped pid 1: it waited already at launch"}));
-    EXPECT_TRUE(scenario.at(10, {{1, waiting}, {2, working}}).empty());
-    EXPECT_TRUE(scenario.log.empty());
-}
-
-TEST(AgentNoticeReducerTest, AgentsWaitingWithinMomentsAreToldTogether) {
-    Scenario scenario;
-    scenario.at(0, {{1, working}, {2, working}, {3, working}});
-    scenario.at(1, {{1, waiting}, {2, working}, {3, working}});
-    scenario.at(2.5, {{1, waiting}, {2, waiting}, {3, working}});
-    // pid 1 is old enough, but pid 2 is still fresh: the group keeps forming.
-    EXPECT_TRUE(scenario.at(4, {{1, waiting}, {2, waiting}, {3, working}}).empty());
-    auto notices = scenario.at(4.6, {{1, waiting}, {2, waiting}, {3, working}});
-    ASSERT_EQ(notices.size(), 1u);
-    EXPECT_EQ(pids(notices[0]), (std::vector<std::int32_t>{1, 2}));
-    EXPECT_EQ(scenario.log, (Lines{"waiting fired pid 1", "waiting fired pid 2"}));
-}
-
-TEST(AgentNoticeReducerTest, AFinishedTurnWaitsThreeSecondsAndCarriesItsLength) {
-    Scenario scenario;
-    scenario.at(0, {{1, idle}});
-    scenario.at(10, {{1, working, 8}});
-    scenario.at(100, {{1, idle, std::nullopt, true}});
-    EXPECT_TRUE(scenario.at(102.5, {{1, idle}}).empty());
-    auto notices = scenario.at(103, {{1, idle}});
-    ASSERT_EQ(notices.size(), 1u);
-    EXPECT_EQ(notices[0].sessions[0].workedFor, 92.0);
-    EXPECT_TRUE(notices[0].sessions[0].failed);
-    EXPECT_EQ(scenario.log, (Lines{"finished fired pid 1 after 92.0 s"}));
-}
-
-TEST(AgentNoticeReducerTest, ATurnStartIsNeverPlacedBeforeThePreviousUpdate) {
-    struct Case {
-        std::string name;
-        std::optional<double> since;
-        double workedFor;
+TEST(AgentNoticeReducerTest, Scripts) {
+    const std::pair<const char*, std::vector<Step>> scripts[] = {
+        {"a wait falls due after its debounce; a short one is withdrawn",
+         {{0, "1b", "", ""},
+          {1, "1w", "", ""},
+          {2.5, "1b", "", "waiting skipped pid 1: the wait ended after 1.5 s"},
+          {10, "1w", "", ""},
+          {12, "1w", "", ""},
+          {12.1, "1w", "waiting 1", "waiting fired pid 1"}}},
+        {"what held at launch is never told",
+         {{0, "1w 2b", "", "waiting skipped pid 1: it waited already at launch"},
+          {10, "1w 2b", "", ""}}},
+        // pid 1 is old enough at 4, but pid 2 is still fresh: the group keeps forming.
+        {"agents waiting within moments are told together",
+         {{0, "1b 2b 3b", "", ""},
+          {1, "1w 2b 3b", "", ""},
+          {2.5, "1w 2w 3b", "", ""},
+          {4, "1w 2w 3b", "", ""},
+          {4.6, "1w 2w 3b", "waiting 1 2", "waiting fired pid 1; waiting fired pid 2"}}},
+        {"a finished turn waits three seconds and carries its length",
+         {{0, "1i", "", ""},
+          {10, "1b@8", "", ""},
+          {100, "1i!", "", ""},
+          {102.5, "1i", "", ""},
+          {103, "1i", "finished 1 after 92 failed", "finished fired pid 1 after 92.0 s"}}},
+        {"working again withdraws the finished notice",
+         {{0, "1b", "", ""},
+          {10, "1i", "", ""},
+          {12.5, "1b", "", "finished skipped pid 1: working again after 2.5 s"},
+          {30, "1b", "", ""}}},
+        // Both fall due at once; the wait is told first, so the finish is not.
+        {"a told wait turns the finished notice into asks instead",
+         {{0, "1b", "", ""},
+          {10, "1i", "", ""},
+          {11, "1w", "", ""},
+          {20, "1w", "waiting 1",
+           "waiting fired pid 1; finished skipped pid 1: it asks a question, and that was told"}}},
+        // pid 3's pending wait is withdrawn; 1 finished (never "with an error"); 2 just went.
+        {"sessions that vanish while working have finished",
+         {{0, "3b 1b 2w", "", "waiting skipped pid 2: it waited already at launch"},
+          {5, "3w 1b 2w", "", ""},
+          {6, "", "", "waiting skipped pid 3: the wait ended after 1.0 s"},
+          {9, "", "finished 1 after 6", "finished fired pid 1 after 6.0 s"}}},
+        {"without a turn the verdict is followed",
+         {{0, "1b~", "", ""}, {1, "1w~", "", ""}, {4, "1w~", "waiting 1", "waiting fired pid 1"}}},
+        // A turn's start is never placed before the previous update, nor in the future.
+        {"reported start between updates",
+         {{0, "1i", "", ""},
+          {5, "1i", "", ""},
+          {10, "1b@7", "", ""},
+          {20, "1i", "", ""},
+          {30, "1i", "finished 1 after 13", "finished fired pid 1 after 13.0 s"}}},
+        {"reported start before the last update",
+         {{0, "1i", "", ""},
+          {5, "1i", "", ""},
+          {10, "1b@2", "", ""},
+          {20, "1i", "", ""},
+          {30, "1i", "finished 1 after 15", "finished fired pid 1 after 15.0 s"}}},
+        {"reported start in the future",
+         {{0, "1i", "", ""},
+          {5, "1i", "", ""},
+          {10, "1b@30", "", ""},
+          {20, "1i", "", ""},
+          {30, "1i", "finished 1 after 10", "finished fired pid 1 after 10.0 s"}}},
+        {"no reported start",
+         {{0, "1i", "", ""},
+          {5, "1i", "", ""},
+          {10, "1b", "", ""},
+          {20, "1i", "", ""},
+          {30, "1i", "finished 1 after 10", "finished fired pid 1 after 10.0 s"}}},
     };
-    const std::vector<Case> cases = {
-        {"reported start between updates", 7, 13},
-        {"reported start before the last update", 2, 15},
-        {"reported start in the future", 30, 10},
-        {"no reported start", std::nullopt, 10},
-    };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
+    for (const auto& [name, steps] : scripts) {
+        SCOPED_TRACE(name);
         Scenario scenario;
-        scenario.at(0, {{1, idle}});
-        scenario.at(5, {{1, idle}});
-        scenario.at(10, {{1, working, testCase.since}});
-        scenario.at(20, {{1, idle}});
-        auto notices = scenario.at(30, {{1, idle}});
-        ASSERT_EQ(notices.size(), 1u);
-        EXPECT_EQ(notices[0].sessions[0].workedFor, testCase.workedFor);
+        for (const auto& step : steps) {
+            SCOPED_TRACE(step.offset);
+            EXPECT_EQ(scenario.at(step.offset, step.sessions),
+                      (std::pair<std::string, std::string>{step.told, step.log}));
+        }
     }
-}
-
-TEST(AgentNoticeReducerTest, WorkingAgainWithdrawsTheFinishedNotice) {
-    Scenario scenario;
-    scenario.at(0, {{1, working}});
-    scenario.at(10, {{1, idle}});
-    EXPECT_TRUE(scenario.at(12.5, {{1, working}}).empty());
-    EXPECT_EQ(scenario.log, (Lines{"finished skipped pid 1: working again after 2.5 s"}));
-    EXPECT_TRUE(scenario.at(30, {{1, working}}).empty());
-}
-
-TEST(AgentNoticeReducerTest, AToldWaitTurnsTheFinishedNoticeIntoAsksInstead) {
-    Scenario scenario;
-    scenario.at(0, {{1, working}});
-    scenario.at(10, {{1, idle}});
-    scenario.at(11, {{1, waiting}});
-    // Both fall due at once; the wait is told first, so the finish is not.
-    auto notices = scenario.at(20, {{1, waiting}});
-    ASSERT_EQ(notices.size(), 1u);
-    EXPECT_EQ(notices[0].kind, AgentNoticeKind::waiting);
-    EXPECT_EQ(scenario.log,
-              (Lines{"waiting fired pid 1",
-                     "finished skipped pid 1: it asks a question, and that was told"}));
 }
 
 TEST(AgentNoticeReducerTest, TheAppInFrontAndASwitchedOffProductSuppress) {
     struct Case {
-        std::string name;
-        bool onlyWhenAway;
-        bool userActive;
+        const char* name;
+        bool onlyWhenAway, userActive;
         std::optional<std::int32_t> front;
         bool active;
-        Lines log;
+        std::string log;
     };
-    const std::vector<Case> cases = {
-        {"in front", true, true, 77, true, {"waiting skipped pid 1: front app is its app"}},
-        {"in front but away", true, false, 77, true, {}},
-        {"another app in front", true, true, 78, true, {}},
-        {"in front, told anyway", false, true, 77, true, {}},
-        {"paused",
-         true,
-         false,
-         std::nullopt,
-         false,
-         {"waiting skipped pid 1: vigilmoth is off or paused"}},
+    const Case cases[] = {
+        {"in front", true, true, 77, true, "waiting skipped pid 1: front app is its app"},
+        {"in front but away", true, false, 77, true, ""},
+        {"another app in front", true, true, 78, true, ""},
+        {"in front, told anyway", false, true, 77, true, ""},
+        {"paused", true, false, std::nullopt, false,
+         "waiting skipped pid 1: vigilmoth is off or paused"},
     };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
         Scenario scenario;
         scenario.input.owners = {{{1, 100}, 77}};
-        scenario.at(0, {{1, working}});
-        scenario.input.settings.onlyWhenAway = testCase.onlyWhenAway;
-        scenario.input.userActive = testCase.userActive;
-        scenario.input.frontmostPid = testCase.front;
-        scenario.input.active = testCase.active;
-        scenario.at(1, {{1, waiting}});
-        EXPECT_EQ(scenario.log, testCase.log);
-        bool told = scenario.at(5, {{1, waiting}}).size() == 1;
-        EXPECT_EQ(told, testCase.log.empty());
+        scenario.at(0, "1b");
+        scenario.input.settings.onlyWhenAway = c.onlyWhenAway;
+        scenario.input.userActive = c.userActive;
+        scenario.input.frontmostPid = c.front;
+        scenario.input.active = c.active;
+        EXPECT_EQ(scenario.at(1, "1w").second, c.log);
+        EXPECT_EQ(scenario.at(5, "1w").first, c.log.empty() ? "waiting 1" : "");
     }
 }
 
 TEST(AgentNoticeReducerTest, PendingNoticesAreScreenedAgainstEachNewInput) {
     Scenario scenario;
-    scenario.at(0, {{1, working}, {2, working}});
-    scenario.at(1, {{1, waiting}, {2, idle}});
+    scenario.at(0, "1b 2b");
+    scenario.at(1, "1w 2i");
     scenario.input.settings.finished = false;
     scenario.input.active = false;
-    EXPECT_TRUE(scenario.at(2, {{1, waiting}, {2, idle}}).empty());
     // The finished one goes without a word; the waiting one is logged as not active.
-    EXPECT_EQ(scenario.log, (Lines{"waiting skipped pid 1: vigilmoth is off or paused"}));
+    EXPECT_EQ(scenario.at(2, "1w 2i"),
+              (std::pair<std::string, std::string>{
+                  "", "waiting skipped pid 1: vigilmoth is off or paused"}));
     EXPECT_TRUE(scenario.reducer.candidates.empty());
-}
-
-TEST(AgentNoticeReducerTest, SessionsThatVanishWhileWorkingHaveFinished) {
-    Scenario scenario;
-    scenario.at(0, {{3, working}, {1, working}, {2, waiting}});
-    scenario.at(5, {{3, waiting}, {1, working}, {2, waiting}});
-    scenario.at(6, {});
-    // pid 3's pending wait is withdrawn; 1 finished (never "with an error"); 2 just went.
-    EXPECT_EQ(scenario.log, (Lines{"waiting skipped pid 3: the wait ended after 1.0 s"}));
-    EXPECT_TRUE(scenario.reducer.sessions.empty());
-    auto notices = scenario.at(9, {});
-    ASSERT_EQ(notices.size(), 1u);
-    EXPECT_EQ(pids(notices[0]), (std::vector<std::int32_t>{1}));
-    EXPECT_EQ(notices[0].sessions[0].workedFor, 6.0);
-    EXPECT_FALSE(notices[0].sessions[0].failed);
-}
-
-TEST(AgentNoticeReducerTest, WithoutATurnTheVerdictIsFollowed) {
-    Scenario scenario;
-    scenario.at(0, {{1, working, std::nullopt, false, false}});
-    scenario.at(1, {{1, waiting, std::nullopt, false, false}});
-    EXPECT_EQ(scenario.at(4, {{1, waiting, std::nullopt, false, false}}).size(), 1u);
 }
 
 TEST(AgentNoticeReducerTest, SettingsLoadOnlyBooleans) {

@@ -16,64 +16,47 @@ struct Sample {
     bool afterGap = false;
 };
 
-void runSamples(const std::vector<Sample>& samples) {
-    SafetyMonitor monitor;
-    monitor.batteryFloorPercent = 20;
-    for (size_t index = 0; index < samples.size(); ++index) {
-        const auto& s = samples[index];
-        SCOPED_TRACE(index);
-        EXPECT_EQ(monitor.update({s.percent, s.onBattery, s.thermal, false}, s.afterGap), s.stop);
+TEST(SafetyMonitorTest, BatteryFloorWeakChargerAndHeat) {
+    const auto low = SafetyStop::batteryLow, weak = SafetyStop::weakCharger;
+    const auto hot = SafetyStop::tooHot();
+    const std::optional<SafetyStop> ok;
+    using S = Sample;
+    const std::pair<const char*, std::vector<Sample>> runs[] = {
+        {"the floor holds until five points above it",
+         std::vector{S{21, true, ok}, S{20, true, low(20)}, S{24, true, low(24)}, S{25, true, ok},
+                     S{std::nullopt, true, ok}}},
+        // A rise resets the reference; one point is no drain; a gap forgets it.
+        {"a weak charger counts as a falling battery",
+         std::vector{S{50, false, ok}, S{49, false, ok}, S{48, false, ok}, S{20, false, weak(20)},
+                     S{21, false, weak(21)}, S{25, false, ok}, S{26, false, ok}, S{25, false, ok},
+                     S{24, false, ok}, S{20, false, weak(20)}, S{30, false, ok, 0, true}}},
+        {"heat stops whatever the battery",
+         std::vector{S{100, false, ok, 1}, S{100, false, hot, 2}, S{10, true, hot, 3}}},
+    };
+    for (const auto& [name, samples] : runs) {
+        SCOPED_TRACE(name);
+        SafetyMonitor monitor;
+        monitor.batteryFloorPercent = 20;
+        for (size_t index = 0; index < samples.size(); ++index) {
+            const auto& s = samples[index];
+            SCOPED_TRACE(index);
+            EXPECT_EQ(monitor.update({s.percent, s.onBattery, s.thermal, false}, s.afterGap),
+                      s.stop);
+        }
     }
 }
 
-TEST(SafetyMonitorTest, BatteryFloorWithHysteresis) {
-    runSamples({{21, true, {}},
-                {20, true, SafetyStop::batteryLow(20)},
-                {24, true, SafetyStop::batteryLow(24)},
-                {25, true, {}},
-                {std::nullopt, true, {}}});
-}
-
-TEST(SafetyMonitorTest, AWeakChargerCountsAsAFallingBattery) {
-    runSamples({{50, false, {}},
-                {49, false, {}},
-                {48, false, {}},  // draining from here
-                {20, false, SafetyStop::weakCharger(20)},
-                {21, false, SafetyStop::weakCharger(21)},  // risen, but the limit holds
-                {25, false, {}},
-                {26, false, {}},  // a rise resets the reference
-                {25, false, {}},  // one point is no drain
-                {24, false, {}},
-                {20, false, SafetyStop::weakCharger(20)},
-                {30, false, {}, 0, true}});
-}
-
-TEST(SafetyMonitorTest, HeatStopsWhateverTheBattery) {
-    runSamples({{100, false, {}, 1},
-                {100, false, SafetyStop::tooHot(), 2},
-                {10, true, SafetyStop::tooHot(), 3}});
-}
-
 TEST(SafetyMonitorTest, NoLimitWarningAtTenAndFive) {
-    struct Case {
-        int percent;
-        bool onBattery, floorEnabled, holding;
-        std::optional<int> said;
-    };
     NoLimitBatteryWarning warning;
-    for (const auto& c : std::vector<Case>{{12, true, false, true, {}},
-                                           {10, true, false, true, 10},
-                                           {7, true, false, true, {}},
-                                           {5, true, false, false, {}},
-                                           {5, true, false, true, 5},
-                                           {4, true, false, true, {}},
-                                           {4, false, false, true, {}},  // forgets
-                                           {9, true, false, true, 9},
-                                           {9, true, true, true, {}}}) {
-        SCOPED_TRACE(c.percent);
-        EXPECT_EQ(
-            warning.update({c.percent, c.onBattery, 0, false}, false, c.floorEnabled, c.holding),
-            c.said);
+    // Each step: percent, on battery, floor enabled, holding, what is said. Mains forgets.
+    const std::tuple<int, bool, bool, bool, std::optional<int>> steps[] = {
+        {12, true, false, true, {}}, {10, true, false, true, 10}, {7, true, false, true, {}},
+        {5, true, false, false, {}}, {5, true, false, true, 5},   {4, true, false, true, {}},
+        {4, false, false, true, {}}, {9, true, false, true, 9},   {9, true, true, true, {}}};
+    for (const auto& [percent, onBattery, floorEnabled, holding, said] : steps) {
+        SCOPED_TRACE(percent);
+        EXPECT_EQ(warning.update({percent, onBattery, 0, false}, false, floorEnabled, holding),
+                  said);
     }
 }
 

@@ -30,19 +30,15 @@ struct Controller {
 };
 
 TEST(SleepFlagControllerTest, RequestsAreAskedOnceAndRetriedAfterAPause) {
-    struct Case {
-        bool wanted, enabled;
-        double now;
-        std::optional<bool> sent;
-    };
     SleepFlagRequest request;
-    const std::vector<Case> cases = {
+    // Each step: wanted, helper enabled, the time, what is sent.
+    const std::tuple<bool, bool, double, std::optional<bool>> steps[] = {
         {true, false, 0, std::nullopt}, {true, true, 0, true}, {true, true, 1, std::nullopt},
         {false, true, 2, false},        {true, true, 3, true},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.now);
-        EXPECT_EQ(request.next(c.wanted, c.enabled, c.now), c.sent);
+    for (const auto& [wanted, enabled, now, sent] : steps) {
+        SCOPED_TRACE(now);
+        EXPECT_EQ(request.next(wanted, enabled, now), sent);
     }
     request.noteFailure(true, 10);
     EXPECT_EQ(request.next(true, true, 39), std::nullopt) << "before retryAt";
@@ -52,34 +48,26 @@ TEST(SleepFlagControllerTest, RequestsAreAskedOnceAndRetriedAfterAPause) {
 }
 
 TEST(SleepFlagControllerTest, SetupFollowsTheStatus) {
-    struct Case {
-        HelperStatus status;
-        bool wasSetUp;
-        HelperSetup setup;
+    const std::tuple<HelperStatus, bool, HelperSetup> cases[] = {
+        {HelperStatus::notRegistered, false, HelperSetup::notSetUp},
+        {HelperStatus::notFound, true, HelperSetup::lost},
+        {HelperStatus::requiresApproval, false, HelperSetup::requiresApproval},
+        {HelperStatus::enabled, false, HelperSetup::ready},
     };
-    for (const auto& c : std::vector<Case>{
-             {HelperStatus::notRegistered, false, HelperSetup::notSetUp},
-             {HelperStatus::notFound, true, HelperSetup::lost},
-             {HelperStatus::requiresApproval, false, HelperSetup::requiresApproval},
-             {HelperStatus::enabled, false, HelperSetup::ready},
-         }) {
-        SCOPED_TRACE(static_cast<int>(c.status));
-        Controller controller(c.status, c.wasSetUp);
-        EXPECT_EQ(controller.flag->setup(), c.setup);
+    for (const auto& [status, wasSetUp, setup] : cases) {
+        SCOPED_TRACE(static_cast<int>(status));
+        EXPECT_EQ(Controller(status, wasSetUp).flag->setup(), setup);
     }
 }
 
 TEST(SleepFlagControllerTest, FailuresLeadToOneRepairAndTroubleShowsAfterTwentySeconds) {
-    struct Case {
-        HelperCallError::Kind kind;
-        int failuresBeforeRepair;
-    };
-    for (const auto& c : std::vector<Case>{{HelperCallError::Kind::failed, 2},
-                                           {HelperCallError::Kind::codeSigningRequirement, 1}}) {
-        SCOPED_TRACE(c.failuresBeforeRepair);
+    using enum HelperCallError::Kind;
+    for (const auto& [kind, failuresBeforeRepair] :
+         {std::pair{failed, 2}, std::pair{codeSigningRequirement, 1}}) {
+        SCOPED_TRACE(failuresBeforeRepair);
         Controller controller;
-        controller.helper.error = HelperCallError{c.kind, "no"};
-        for (int failure = 1; failure < c.failuresBeforeRepair; ++failure) {
+        controller.helper.error = HelperCallError{kind, "no"};
+        for (int failure = 1; failure < failuresBeforeRepair; ++failure) {
             controller.flag->send(true, "lid");
             EXPECT_EQ(controller.take(), std::vector<std::string>{"set on"});
         }

@@ -69,46 +69,39 @@ public:
 };
 
 TEST(LoginItemSwitchTest, ChangesTheRegistrationOnlyWhenItMustAndShowsTheTruth) {
-    using Status = LoginItemManaging::Status;
-    using enum LoginItemState;
-    struct Case {
-        const char* name;
-        Status before;
-        bool on;
-        Status registered;
-        std::string calls;
-        LoginItemState state;
-    };
-    const std::vector<Case> cases = {
-        {"on", Status::notRegistered, true, Status::enabled, "register", on},
-        {"already on", Status::enabled, true, Status::enabled, "", on},
-        {"already off", Status::notFound, false, Status::enabled, "", off},
-        {"off", Status::enabled, false, Status::enabled, "unregister", off},
-        {"awaiting approval", Status::notRegistered, true, Status::requiresApproval, "register",
-         needsApproval},
-        {"asked again", Status::requiresApproval, true, Status::requiresApproval, "register",
-         needsApproval},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    using enum LoginItemManaging::Status;
+    // Each case: the status before, the switch, what a registration leads to, the calls made
+    // and the state shown.
+    const std::tuple<LoginItemManaging::Status, bool, LoginItemManaging::Status, std::string,
+                     LoginItemState>
+        cases[] = {
+            {notRegistered, true, enabled, "register", LoginItemState::on},
+            {enabled, true, enabled, "", LoginItemState::on},
+            {notFound, false, enabled, "", LoginItemState::off},
+            {enabled, false, enabled, "unregister", LoginItemState::off},
+            {notRegistered, true, requiresApproval, "register", LoginItemState::needsApproval},
+            {requiresApproval, true, requiresApproval, "register", LoginItemState::needsApproval},
+        };
+    for (const auto& [before, on, registered, calls, state] : cases) {
+        SCOPED_TRACE(calls + (on ? " on" : " off"));
         FakeLoginItem service;
-        service.current = c.before;
-        service.registered = c.registered;
+        service.current = before;
+        service.registered = registered;
         LoginItemSwitch item(service, true);
-        item.setOpenAtLogin(c.on);
-        EXPECT_EQ(service.calls, c.calls);
-        EXPECT_EQ(item.state(), c.state);
+        item.setOpenAtLogin(on);
+        EXPECT_EQ(service.calls, calls);
+        EXPECT_EQ(item.state(), state);
         EXPECT_EQ(item.error(), std::nullopt);
     }
     FakeLoginItem refusing;
     refusing.failure = "Operation not permitted";
     LoginItemSwitch refused(refusing, true);
     refused.setOpenAtLogin(true);
-    EXPECT_EQ(refused.state(), off);
+    EXPECT_EQ(refused.state(), LoginItemState::off);
     EXPECT_EQ(refused.error(), "Operation not permitted");
     LoginItemSwitch elsewhere(refusing, false);
     elsewhere.setOpenAtLogin(true);
-    EXPECT_EQ(elsewhere.state(), unavailable);
+    EXPECT_EQ(elsewhere.state(), LoginItemState::unavailable);
     EXPECT_EQ(refusing.calls, "register");
 }
 
@@ -123,10 +116,9 @@ public:
         std::vector<std::optional<AgentHost>> found;
         for (const auto& request : requests) {
             asked.push_back(request.pid);
-            if (request.pid == 812)
-                found.push_back(AgentHost{.appPid = 40, .name = "Terminal"});
-            else
-                found.push_back(std::nullopt);
+            found.push_back(request.pid == 812
+                                ? std::optional(AgentHost{.appPid = 40, .name = "Terminal"})
+                                : std::nullopt);
         }
         return found;
     }
