@@ -232,13 +232,13 @@ TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHold) {
         {"switched off", S{.enabled = false}, H::switchedOff(), false},
         {"paused", S{.pausedUntil = now + 1}, H::paused(now + 1), false},
         {"a pause that ended", S{.pausedUntil = now}, H::working(one), true},
-        {"a new hold waits for the wake gate", S{.wake = S{.wakePending = true}}, H::idle(one),
+        {"a new hold waits for the wake gate", S{.wake = W{.wakePending = true}}, H::idle(one),
          false},
-        {"an announced sleep blocks a new hold", S{.wake = S{.sleepAnnounced = true}}, H::idle(one),
+        {"an announced sleep blocks a new hold", S{.wake = W{.sleepAnnounced = true}}, H::idle(one),
          false},
         {"a hold that was on survives an announcement",
-         S{.previousHold = true, .wake = S{.sleepAnnounced = true}}, H::working(one), true},
-        {"but not the settling after a sleep", S{.previousHold = true, .wake = S{.settling = true}},
+         S{.previousHold = true, .wake = W{.sleepAnnounced = true}}, H::working(one), true},
+        {"but not the settling after a sleep", S{.previousHold = true, .wake = W{.settling = true}},
          H::idle(one), false},
     };
     for (const auto& c : cases) {
@@ -274,7 +274,7 @@ TEST(HoldPolicyTest, AWaitingEndIsGivenOnlyWhenNothingElseCouldHold) {
         {"agentOpen", S{.mode = agentOpen}, none},
         {"always", S{.mode = AwakeMode::always}, none},
         {"reachable", S{.reachableUntil = now + 1}, none},
-        {"remote access", S{.context = S{.remoteAccessDetected = true}}, none},
+        {"remote access", S{.context = FrameContext{.remoteAccessDetected = true}}, none},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

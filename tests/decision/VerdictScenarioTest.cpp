@@ -1,5 +1,5 @@
 // Show that the rules that live in time hold over many ticks: steady processor use, the weak
-// evidence cap, Cursor's approval wait, and memories shifted over a sleep.
+// evidence cap and Cursor's approval wait.
 #include <gtest/gtest.h>
 
 #include "decision/VerdictRules.h"
@@ -95,27 +95,6 @@ TEST(VerdictScenarioTest, CursorIsTakenAsAwaitingApprovalAfterFifteenQuietSecond
     // Quiet again: the fifteen seconds start over.
     EXPECT_EQ(run.tickOne(at(32), cursorWorking()).verdict.reason.kind, Kind::reportsBusy);
     EXPECT_EQ(run.tickOne(at(47), cursorWorking()).verdict.reason.kind, Kind::awaitsApproval);
-}
-
-TEST(VerdictScenarioTest, ShiftedMemoriesCarryWorkOverASleep) {
-    TickRun run;
-    auto busy = withCPU(agent(), 0.5);
-    busy.busyChildCommands = 1;
-    for (double t = 0; t <= 20; t += 2)
-        run.tickOne(at(t), busy);
-
-    // The Mac slept for an hour between t = 20 and the next tick.
-    const double gap = 3600;
-    TickRun shifted = run;
-    for (auto& [identity, memory] : shifted.memories)
-        memory = memory.shifted(gap);
-    const auto afterSleep = shifted.tickOne(at(22 + gap), withCPU(agent(), 0.5));
-    EXPECT_EQ(afterSleep.verdict.reason, VerdictReason::workedRecently(2));
-    EXPECT_EQ(shifted.memories.begin()->second.lastCPUAt, at(22 + gap));
-
-    // Unshifted, the sleep would count as an hour without activity.
-    const auto unshifted = run.tickOne(at(22 + gap), agent());
-    EXPECT_EQ(unshifted.verdict.reason, VerdictReason::noActivity(60));
 }
 
 }  // namespace

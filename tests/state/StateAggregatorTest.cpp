@@ -309,28 +309,26 @@ TEST(StateAggregatorTest, ShortcutsAreCheckedRecordedAndKept) {
         return joined(std::exchange(world.log, {}));
     };
     // Each step: what the user does, what reached the hot keys, the problems then.
+    using P = std::map<ShortcutAction, ShortcutProblem>;
     struct Step {
         std::function<void(StateAggregator&)> act;
         std::string registered;
-        std::map<ShortcutAction, ShortcutProblem> problems;
+        P problems;
     };
     const auto set = [](std::optional<Shortcut> shortcut, ShortcutAction action) {
         return [=](StateAggregator& s) { s.setShortcut(shortcut, action); };
     };
     const Step steps[] = {
-        {{}, "shortcut C; shortcut none", {{pauseOneHour, usedBySystem}}},
-        {set(Shortcut{12, Shortcut::command, "Q"}, toggle),
-         "",
-         {{toggle, usedBySystem}, {pauseOneHour, usedBySystem}}},
-        {set(Shortcut{96, 0, "F5"}, toggle),
-         "",
-         {{toggle, needsModifier}, {pauseOneHour, usedBySystem}}},
-        {set(Shortcut::american(toggle), pauseOneHour),
-         "",
-         {{toggle, needsModifier}, {pauseOneHour, usedTwice}}},
-        {set(Shortcut{40, 11, "K"}, pauseOneHour), "shortcut C; shortcut K", {}},
-        {set(std::nullopt, toggle), "shortcut none; shortcut K", {}},
-        {[](auto& s) { s.resetShortcut(toggle); }, "shortcut C; shortcut K", {}},
+        {nullptr, "shortcut C; shortcut none", P{{pauseOneHour, usedBySystem}}},
+        {set(Shortcut{12, Shortcut::command, "Q"}, toggle), "",
+         P{{toggle, usedBySystem}, {pauseOneHour, usedBySystem}}},
+        {set(Shortcut{96, 0, "F5"}, toggle), "",
+         P{{toggle, needsModifier}, {pauseOneHour, usedBySystem}}},
+        {set(Shortcut::american(toggle), pauseOneHour), "",
+         P{{toggle, needsModifier}, {pauseOneHour, usedTwice}}},
+        {set(Shortcut{40, 11, "K"}, pauseOneHour), "shortcut C; shortcut K", P{}},
+        {set(std::nullopt, toggle), "shortcut none; shortcut K", P{}},
+        {[](auto& s) { s.resetShortcut(toggle); }, "shortcut C; shortcut K", P{}},
     };
     auto& state = world.make();
     for (const auto& step : steps) {
@@ -342,8 +340,7 @@ TEST(StateAggregatorTest, ShortcutsAreCheckedRecordedAndKept) {
     // The next start finds the recorded keys; a registration the system refuses says so.
     world.hotKeys.refuse = true;
     EXPECT_EQ(world.make().shortcutProblems(),
-              (std::map<ShortcutAction, ShortcutProblem>{{toggle, usedByAnotherApp},
-                                                         {pauseOneHour, usedByAnotherApp}}));
+              (P{{toggle, usedByAnotherApp}, {pauseOneHour, usedByAnotherApp}}));
     EXPECT_EQ(registered(), "shortcut C; shortcut K");
 }
 
