@@ -89,29 +89,26 @@ TEST(VerdictRulesTest, SteadyCPUNeedsThreeBusyBucketsOfTheLastThirtySeconds) {
 }
 
 TEST(VerdictRulesTest, NoteCPUKeepsOnlyUsableRecentSamples) {
-    struct Case {
-        const char* name;
-        double cpu;
-        double interval;
-        bool appended;
-    };
-    const Case cases[] = {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    // Each case: processor seconds, the interval they cover, whether they are kept.
+    const std::tuple<const char*, double, double, bool> cases[] = {
         {"measured", 0.5, 2, true},
         {"first sight of the tree", 0.5, 0, false},
         {"negative interval", 0.5, -2, false},
-        {"cpu not a number", std::numeric_limits<double>::quiet_NaN(), 2, false},
-        {"cpu infinite", std::numeric_limits<double>::infinity(), 2, false},
+        {"cpu not a number", nan, 2, false},
+        {"cpu infinite", infinity, 2, false},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, cpu, interval, kept] : cases) {
+        SCOPED_TRACE(name);
         AgentMemory memory;
         memory.cpuSamples = {{now - 30, 1, 2}, {now - 29, 1, 2}, {now + 1, 1, 2}};
         auto evidence = agent();
-        evidence.subtreeCPUSeconds = c.cpu;
-        evidence.sampleInterval = c.interval;
+        evidence.subtreeCPUSeconds = cpu;
+        evidence.sampleInterval = interval;
         VerdictRules::noteCPU(evidence, memory, now);
         std::vector<AgentMemory::CPUSample> expected = {{now - 29, 1, 2}};
-        if (c.appended) expected.push_back({now, c.cpu, c.interval});
+        if (kept) expected.push_back({now, cpu, interval});
         EXPECT_EQ(memory.cpuSamples, expected);
         EXPECT_EQ(memory.lastCPUAt, std::nullopt);
     }
