@@ -140,10 +140,6 @@ TEST(HoldPolicyTest, TheHeadlineNamesTheFirstCauseInOrderThenReachableThenRemote
         EXPECT_EQ(HoldPolicy::headline(c.holds, c.mode, c.reachable, settings, c.context),
                   c.expected);
     }
-    // A change of case or of payload alike makes a new headline.
-    EXPECT_NE(H::working(one("A")), H::open(one("A")));
-    EXPECT_NE(H::paused(Date(5)), H::reachable(Date(5)));
-    EXPECT_NE(H::paused(Date(5)), H::paused(Date(6)));
 }
 
 TEST(HoldPolicyTest, TheRestHeadlineSpeaksOfWaitersThenIdlersAndNeverOfIgnoredAgents) {

@@ -213,28 +213,25 @@ TEST(VerdictNotesTest, StopEndsATurnThatBeganBeforeItWithoutLaterWrites) {
 }
 
 TEST(VerdictNotesTest, ShiftingMovesOnlyTheDatesVigilmothSetItself) {
-    AgentMemory memory;
-    const Date d = now;
-    for (auto* date : {&memory.firstSeenAt, &memory.lastCommandAt, &memory.lastBackgroundJobAt,
-                       &memory.lastAssertionAt, &memory.lastFileWriteAt, &memory.lastCPUAt,
-                       &memory.weakOnlySince, &memory.lastReportSeenAt, &memory.endedHookWaitAt,
-                       &memory.hookWorkAt, &memory.hookWorkSince, &memory.hookIdleAt,
-                       &memory.workAfterHookIdleAt, &memory.approvalSignsSince}) {
-        *date = d;
-    }
-    memory.lastReport = report(working, Source::codexRollout, d, d);
-    memory.cpuSamples = {{d, 1, 2}, {d - 2, 1, 2}};
-    const auto moved = memory.shifted(600);
-    for (auto date :
-         {moved.firstSeenAt, moved.lastCommandAt, moved.lastBackgroundJobAt, moved.lastAssertionAt,
-          moved.lastFileWriteAt, moved.lastCPUAt, moved.weakOnlySince, moved.lastReportSeenAt,
-          moved.hookWorkSince, moved.workAfterHookIdleAt, moved.approvalSignsSince}) {
-        EXPECT_EQ(date, d + 600);
-    }
+    using Field = std::optional<Date> AgentMemory::*;
+    const Field own[] = {&M::firstSeenAt,         &M::lastCommandAt,     &M::lastBackgroundJobAt,
+                         &M::lastAssertionAt,     &M::lastFileWriteAt,   &M::lastCPUAt,
+                         &M::weakOnlySince,       &M::lastReportSeenAt,  &M::hookWorkSince,
+                         &M::workAfterHookIdleAt, &M::approvalSignsSince};
     // Compared with stamps the agents and hooks wrote, which did not move.
-    EXPECT_EQ(moved.endedHookWaitAt, d);
-    EXPECT_EQ(moved.hookWorkAt, d);
-    EXPECT_EQ(moved.hookIdleAt, d);
+    const Field theirs[] = {&M::endedHookWaitAt, &M::hookWorkAt, &M::hookIdleAt};
+    const Date d = now;
+    AgentMemory memory{.lastReport = report(working, Source::codexRollout, d, d),
+                       .cpuSamples = {{d, 1, 2}, {d - 2, 1, 2}}};
+    for (auto field : own)
+        memory.*field = d;
+    for (auto field : theirs)
+        memory.*field = d;
+    const auto moved = memory.shifted(600);
+    for (auto field : own)
+        EXPECT_EQ(moved.*field, d + 600);
+    for (auto field : theirs)
+        EXPECT_EQ(moved.*field, d);
     EXPECT_EQ(moved.lastReport, memory.lastReport);
     EXPECT_EQ(moved.cpuSamples,
               (std::vector<AgentMemory::CPUSample>{{d + 600, 1, 2}, {d + 598, 1, 2}}));

@@ -120,20 +120,6 @@ TEST(VerdictReadingTest, UserRulesWinOverEverythingAndGiveNoTurn) {
     }
 }
 
-TEST(VerdictReadingTest, TheReadingCarriesTheAgentsIdentity) {
-    auto evidence = with(agent("cursor-desktop", 42), [](auto& e) {
-        e.displayName = "Cursor";
-        e.kind = AgentDefinition::Kind::desktop;
-        e.hasLiveSession = true;
-    });
-    const auto reading = readOnce(evidence, {}, {}).readings.at(0);
-    EXPECT_EQ(reading.agentID, "cursor-desktop");
-    EXPECT_EQ(reading.displayName, "Cursor");
-    EXPECT_EQ(reading.kind, AgentDefinition::Kind::desktop);
-    EXPECT_EQ(reading.identity, (ProcessIdentity{42, epoch - 3600}));
-    EXPECT_TRUE(reading.hasLiveSession);
-}
-
 TEST(VerdictReadingTest, TheTurnFollowsTheStatedStateAndItsDetail) {
     struct TurnCase {
         const char* name;
