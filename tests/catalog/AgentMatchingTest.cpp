@@ -82,18 +82,17 @@ TEST(AgentMatchingTest, UnlessListsTellOtherToolsOfTheSameName) {
 }
 
 TEST(AgentMatchingTest, ExclusionsGiveHelperAndEngineRolesInOrder) {
-    const std::string claude = "/usr/local/bin/claude|claude|", npm = kClaudeNpm + "|";
+    const std::string claude = "/usr/local/bin/claude|claude|", npm = kClaudeNpm + "|",
+                      self = npm + kClaudeNpm + "|";
     expectMatches({
         // Leading words only: the same word later is an ordinary argument. Claude Code from
         // npm starts itself and runs as its bundled ripgrep.
         {"claude session",
-         {claude + "daemon", claude + "-p|--bg-spare",
-          npm + npm + "|--session-id|0b8f4c6e|fix it"}},
+         {claude + "daemon", claude + "-p|--bg-spare", self + "--session-id|0b8f4c6e|fix it"}},
         {"claude helper",
          {claude + "daemon|run", claude + "bg-pty-host|x", claude + "--bg-pty-host",
-          npm + npm + "|daemon|run", npm + npm + "|--bg-pty-host", npm + "rg|--files"}},
-        {"claude maybeSession",
-         {claude + "bg-spare", claude + "--bg-spare", npm + npm + "|--bg-spare"}},
+          self + "daemon|run", self + "--bg-pty-host", npm + "rg|--files"}},
+        {"claude maybeSession", {claude + "bg-spare", claude + "--bg-spare", self + "--bg-spare"}},
         {"codex engine",
          {"/usr/bin/codex|codex|app-server|--managed-daemon",
           "/usr/bin/codex|codex|--managed-daemon|x|app-server"}},

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <random>
 
 #include "support/FuzzInput.h"
@@ -21,9 +20,8 @@ ProcessInfoRow process(int32_t pid, int32_t ppid, double startTime = 1) {
 }
 
 std::vector<std::byte> bytesOf(const std::string& text) {
-    std::vector<std::byte> bytes(text.size());
-    std::memcpy(bytes.data(), text.data(), text.size());
-    return bytes;
+    const auto* bytes = reinterpret_cast<const std::byte*>(text.data());
+    return {bytes, bytes + text.size()};
 }
 
 TEST(ProcessCensusTest, SubtreeWalksDepthFirstAndStopsWhereAsked) {
@@ -118,8 +116,8 @@ TEST(ProcessCensusTest, DeltaCountsActivityByIdentity) {
                               .ppid = 1,
                               .startTime = start,
                               .cpuTime = cpu,
-                              .logicalWriteBytes = writes,
-                              .instructions = 100};
+                              .instructions = 100,
+                              .logicalWriteBytes = writes};
     };
     std::unordered_map<ProcessIdentity, ProcessInfoRow> before;
     for (const auto& old : {row(10, 5, 2.0, 100), row(11, 5, 1.0, 50), row(12, 5, 3.0, 10)})

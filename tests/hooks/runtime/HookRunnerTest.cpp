@@ -22,9 +22,7 @@ public:
     std::optional<std::vector<ProcessInfoRow>> snapshot() override { return std::nullopt; }
     std::optional<ProcessInfoRow> row(int32_t pid) override {
         ++lookups;
-        auto found = rows_.find(pid);
-        if (found == rows_.end()) return std::nullopt;
-        return found->second;
+        return rows_.contains(pid) ? std::optional(rows_.at(pid)) : std::nullopt;
     }
     int lookups = 0;
 
