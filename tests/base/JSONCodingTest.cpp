@@ -9,68 +9,52 @@
 namespace vigilmoth {
 namespace {
 
-constexpr auto int64Low = std::numeric_limits<std::int64_t>::min();
-constexpr auto int64High = std::numeric_limits<std::int64_t>::max();
+constexpr auto low = std::numeric_limits<std::int64_t>::min();
+constexpr auto high = std::numeric_limits<std::int64_t>::max();
 
 TEST(JSONCodingTest, IntegersMustFitTheirRange) {
-    struct Case {
-        const char* text;
-        std::int64_t low;
-        std::int64_t high;
-        std::optional<std::int64_t> read;
-    };
-    const Case cases[] = {
-        {"7", 0, 10, 7},
-        {"11", 0, 10, std::nullopt},
-        {"-1", 0, 10, std::nullopt},
-        {"7.0", 0, 10, 7},
-        {"-0.0", 0, 10, 0},
-        {"7.5", 0, 10, std::nullopt},
-        {"9223372036854775807", int64Low, int64High, int64High},
-        {"9223372036854775808", int64Low, int64High, std::nullopt},
-        {"-9223372036854775808", int64Low, int64High, int64Low},
-        {"9.3e18", int64Low, int64High, std::nullopt},
-        {"9.223372036854775808e18", int64Low, int64High, std::nullopt},
-        {"-9.223372036854775808e18", int64Low, int64High, int64Low},
-        {"1e999", int64Low, int64High, std::nullopt},
-        {"\"7\"", int64Low, int64High, std::nullopt},
-        {"null", int64Low, int64High, std::nullopt},
-    };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.text);
-        auto value = parseJSON(item.text);
+    // text, low, high, what is read (nothing: refused)
+    const std::tuple<const char*, std::int64_t, std::int64_t, std::optional<std::int64_t>> cases[] =
+        {{"7", 0, 10, 7},
+         {"11", 0, 10, {}},
+         {"-1", 0, 10, {}},
+         {"7.0", 0, 10, 7},
+         {"-0.0", 0, 10, 0},
+         {"7.5", 0, 10, {}},
+         {"9223372036854775807", low, high, high},
+         {"9223372036854775808", low, high, {}},
+         {"-9223372036854775808", low, high, low},
+         {"9.3e18", low, high, {}},
+         {"9.223372036854775808e18", low, high, {}},
+         {"-9.223372036854775808e18", low, high, low},
+         {"1e999", low, high, {}},
+         {"\"7\"", low, high, {}},
+         {"null", low, high, {}}};
+    for (const auto& [text, from, to, read] : cases) {
+        SCOPED_TRACE(text);
+        auto value = parseJSON(text);
         if (!value) {
-            EXPECT_FALSE(item.read);
-            continue;
-        }
-        if (item.read) {
-            EXPECT_EQ(json_value::integer(*value, "n", item.low, item.high), *item.read);
+            EXPECT_FALSE(read);
+        } else if (read) {
+            EXPECT_EQ(json_value::integer(*value, "n", from, to), *read);
         } else {
-            EXPECT_THROW(json_value::integer(*value, "n", item.low, item.high), CodingError);
+            EXPECT_THROW(json_value::integer(*value, "n", from, to), CodingError);
         }
     }
-}
-
-TEST(JSONCodingTest, UnsignedIntegersRefuseSignsFractionsAndOverflow) {
-    struct Case {
-        const char* text;
-        std::optional<std::uint64_t> read;
-    };
-    const Case cases[] = {
+    const std::pair<const char*, std::optional<std::uint64_t>> unsignedCases[] = {
         {"18446744073709551615", std::numeric_limits<std::uint64_t>::max()},
         {"0", 0},
         {"1e3", 1000},
-        {"-1", std::nullopt},
-        {"0.5", std::nullopt},
-        {"1.8446744073709552e19", std::nullopt},
-        {"true", std::nullopt},
-    };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.text);
-        auto value = parseJSON(item.text);
+        {"-1", {}},
+        {"0.5", {}},
+        {"1.8446744073709552e19", {}},
+        {"true", {}}};
+    for (const auto& [text, read] : unsignedCases) {
+        SCOPED_TRACE(text);
+        auto value = parseJSON(text);
         ASSERT_TRUE(value);
-        if (item.read) {
-            EXPECT_EQ(json_value::unsignedInteger(*value, "n"), *item.read);
+        if (read) {
+            EXPECT_EQ(json_value::unsignedInteger(*value, "n"), *read);
         } else {
             EXPECT_THROW(json_value::unsignedInteger(*value, "n"), CodingError);
         }

@@ -7,33 +7,19 @@ namespace vigilmoth {
 namespace {
 
 TEST(WellKnownPathsTest, FoldersFollowThePlatformAndXdg) {
-    struct Case {
-        const char* name;
-        PathEnvironment environment;
-        HostPlatform platform;
-        std::string support;
-    };
-    PathEnvironment plain{.home = "/home/ada", .userID = 1000};
-    PathEnvironment xdg = plain;
-    xdg.xdgDataHome = "/data";
-    PathEnvironment relative = plain;
-    relative.xdgDataHome = "data";
-    PathEnvironment empty = plain;
-    empty.xdgDataHome = "";
-    const std::vector<Case> cases = {
-        {"macOS ignores XDG", xdg, HostPlatform::macos,
+    const std::string home = "/home/ada/.local/share/com.vigilmoth.app";
+    const std::tuple<const char*, std::optional<std::string>, HostPlatform, std::string> cases[] = {
+        {"macOS ignores XDG", "/data", HostPlatform::macos,
          "/home/ada/Library/Application Support/com.vigilmoth.app"},
-        {"Linux default", plain, HostPlatform::linux, "/home/ada/.local/share/com.vigilmoth.app"},
-        {"Linux XDG_DATA_HOME", xdg, HostPlatform::linux, "/data/com.vigilmoth.app"},
-        {"relative XDG ignored", relative, HostPlatform::linux,
-         "/home/ada/.local/share/com.vigilmoth.app"},
-        {"empty XDG ignored", empty, HostPlatform::linux,
-         "/home/ada/.local/share/com.vigilmoth.app"},
-    };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
-        EXPECT_EQ(WellKnownPaths::applicationSupport(testCase.environment, testCase.platform),
-                  testCase.support);
+        {"Linux default", std::nullopt, HostPlatform::linux, home},
+        {"Linux XDG_DATA_HOME", "/data", HostPlatform::linux, "/data/com.vigilmoth.app"},
+        {"relative XDG ignored", "data", HostPlatform::linux, home},
+        {"empty XDG ignored", "", HostPlatform::linux, home}};
+    for (const auto& [name, xdgDataHome, platform, support] : cases) {
+        SCOPED_TRACE(name);
+        PathEnvironment environment{.home = "/home/ada", .userID = 1000};
+        environment.xdgDataHome = xdgDataHome;
+        EXPECT_EQ(WellKnownPaths::applicationSupport(environment, platform), support);
     }
 }
 

@@ -6,8 +6,8 @@
 
 #include <filesystem>
 #include <random>
-#include <regex>
 
+#include "hooks/HookEvents.h"
 #include "hooks/install/HookExpectations.h"
 #include "hooks/json/JSONSourceText.h"
 #include "support/TestSupport.h"
@@ -16,7 +16,8 @@ namespace vigilmoth {
 namespace {
 
 using namespace HookConfigEditor;
-using testing::jsonEntries;
+using nlohmann::json;
+using Kind = HookInstallError::Kind;
 
 const std::string kApp = "/opt/vigilmoth";
 const HookCatalogEntry& entry(std::string_view id) {
@@ -28,19 +29,59 @@ std::string installed(const std::string& text, const HookCatalogEntry& target,
     return installing(text, target, app, record);
 }
 
+std::string replaced(std::string text, std::string_view from, std::string_view to) {
+    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+// One document in many spellings of the same content, each with a name.
+std::vector<std::pair<std::string, std::string>> spellings(const json& document) {
+    const std::string two = document.dump(2);
+    return {
+        {"two spaces", two + "\n"},
+        {"four spaces", document.dump(4) + "\n"},
+        {"tabs", document.dump(1, '\t') + "\n"},
+        {"carriage returns", replaced(two, "\n", "\r\n") + "\r\n"},
+        {"byte-order mark", "\xEF\xBB\xBF" + two + "\n"},
+        {"no final line feed", two},
+        {"one line", document.dump()},
+        {"spaced one line", replaced(replaced(document.dump(), ",", ", "), ":", ": ")},
+    };
+}
+
+// Documents that mix the user's own hooks into the events vigilmoth uses.
+std::vector<json> documentsWithUserHooks(const HookCatalogEntry& target) {
+    const auto& rules = HookEvents::rules(target.id);
+    const std::string first = rules.front().event, last = rules.back().event;
+    auto user = [&](const std::string& text) {
+        json handler = {{"command", "echo " + text}};
+        if (testing::isFlat(target)) return handler;
+        handler["type"] = "command";
+        return json{{"matcher", "Bash"}, {"hooks", json::array({handler})}};
+    };
+    return {
+        json::object(),
+        {{"model", "opus"}, {"env", {{"A", "1"}}}, {"list", json::array()}},
+        {{"hooks", json::object()}},
+        {{"hooks", {{first, json::array()}}}, {"after", json::object()}},
+        {{"hooks",
+          {{first, json::array({user("one")})},
+           {"SomethingElse", json::array({user("two")})},
+           {last, json::array({user("three"), user("four")})}}}},
+        // A group of the user's without handlers is theirs to keep.
+        testing::isFlat(target)
+            ? json{{"version", 1}, {"hooks", {{last, json::array({user("x")})}}}}
+            : json{{"hooks", {{first, json::array({{{"hooks", json::array()}}})}}}},
+    };
+}
+
 TEST(HookConfigEditorTest, GroupsAreWrittenLineByLine) {
     OurHandler handler{"Notification", "a|b", "run 'x' \"y\" a/b"};
     EXPECT_EQ(group(handler, "  ", "  ", "\n", false),
-              "{\n"
-              "    \"matcher\": \"a|b\",\n"
-              "    \"hooks\": [\n"
-              "      {\n"
-              "        \"type\": \"command\",\n"
-              "        \"command\": \"run 'x' \\\"y\\\" a/b\",\n"
-              "        \"timeout\": 3\n"
-              "      }\n"
-              "    ]\n"
-              "  }");
+              "{\n    \"matcher\": \"a|b\",\n    \"hooks\": [\n      {\n"
+              "        \"type\": \"command\",\n        \"command\": \"run 'x' \\\"y\\\" a/b\",\n"
+              "        \"timeout\": 3\n      }\n    ]\n  }");
     handler.matcher.reset();
     EXPECT_EQ(group(handler, "\t", "\t", "\r\n", false),
               "{\r\n\t\t\"hooks\": [\r\n\t\t\t{\r\n\t\t\t\t\"type\": \"command\",\r\n"
@@ -74,35 +115,32 @@ TEST(HookConfigEditorTest, EachLayoutGetsItsHandlers) {
     EXPECT_EQ(uninstalling(cursor, entry("cursor"), record, true), "{}");
 
     HookInstallRecord codexRecord;
-    EXPECT_EQ(nlohmann::json::parse(installed("{}", entry("codex"), codexRecord)).size(), 1u);
+    EXPECT_EQ(json::parse(installed("{}", entry("codex"), codexRecord)).size(), 1u);
     EXPECT_FALSE(codexRecord.addedVersion.has_value());
-}
-
-std::string withoutLastEvent(std::string text) {
-    auto root = JSONSourceParser::parse(text);
-    const auto& hooks = root.object()->members.back().value;
-    JSONSourceText::removeChild(static_cast<std::ptrdiff_t>(hooks.object()->members.size()) - 1,
-                                hooks, text);
-    return text;
+    EXPECT_EQ(preview(entry("droid"), kApp), installed("{}\n", entry("droid"), record));
+    EXPECT_EQ(preview(entry("pi"), kApp), HookCatalog::piExtensionSource(kApp));
 }
 
 TEST(HookConfigEditorTest, StatusTellsOursFromOthers) {
     HookInstallRecord record;
     const auto claude = installed("{}", entry("claude"), record);
-    struct Case {
-        std::string name;
-        std::string text;
-        HookStatus status;
+    auto withoutLastEvent = [](std::string text) {
+        auto root = JSONSourceParser::parse(text);
+        const auto& hooks = root.object()->members.back().value;
+        JSONSourceText::removeChild(std::ssize(hooks.object()->members) - 1, hooks, text);
+        return text;
     };
-    const std::vector<Case> cases = {
+    const struct {
+        std::string name, text;
+        HookStatus status;
+    } cases[] = {
         {"nothing", "{}", HookStatus::notInstalled()},
         {"current", claude, HookStatus::installed(1)},
         {"moved application", installed("{}", entry("claude"), record, "/elsewhere"),
          HookStatus::outdated()},
         {"one handler missing", withoutLastEvent(claude), HookStatus::outdated()},
         // Written with Codex's warning, before its 3-second limit was known.
-        {"another timeout",
-         std::regex_replace(claude, std::regex("\"timeout\": 3"), "\"timeout\": 5"),
+        {"another timeout", replaced(claude, "\"timeout\": 3", "\"timeout\": 5"),
          HookStatus::outdated()},
         {"not JSON", "{\"hooks\": {,}}", HookStatus::unreadable()},
         {"hooks as an array", "{\"hooks\": []}", HookStatus::notInstalled()},
@@ -110,69 +148,60 @@ TEST(HookConfigEditorTest, StatusTellsOursFromOthers) {
          R"({"hooks": {"Stop": [{"hooks": [{"command": "/usr/bin/VigilmothHook x"}]}]}})",
          HookStatus::notInstalled()},
     };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
-        EXPECT_EQ(status(testCase.text, entry("claude"), kApp), testCase.status);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(status(c.text, entry("claude"), kApp), c.status);
     }
 }
 
 TEST(HookConfigEditorTest, LayoutsItDoesNotKnowAreRefused) {
-    struct Case {
-        std::string text;
-        HookInstallError::Kind kind;
-    };
-    const std::vector<Case> cases = {
-        {"{\"hooks\": []}", HookInstallError::Kind::unexpectedShape},
-        {"[]", HookInstallError::Kind::unexpectedShape},
-        {"{\"hooks\": {\"Stop\": {}}}", HookInstallError::Kind::unexpectedShape},
-        {"{\"hooks\": {\"Other\": 3}}", HookInstallError::Kind::unexpectedShape},
-        {"{\"hooks\": {\"Stop\": [\"echo\"]}}", HookInstallError::Kind::unexpectedShape},
-        {"{\"hooks\": \"none\"}", HookInstallError::Kind::unexpectedShape},
-        {"{\"a\": 1,}", HookInstallError::Kind::unreadable},
-        {"// settings\n{}", HookInstallError::Kind::unreadable},
-        {"", HookInstallError::Kind::unreadable},
-    };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.text);
+    const std::pair<std::string, Kind> cases[] = {
+        {"{\"hooks\": []}", Kind::unexpectedShape},
+        {"[]", Kind::unexpectedShape},
+        {"{\"hooks\": {\"Stop\": {}}}", Kind::unexpectedShape},
+        {"{\"hooks\": {\"Other\": 3}}", Kind::unexpectedShape},
+        {"{\"hooks\": {\"Stop\": [\"echo\"]}}", Kind::unexpectedShape},
+        {"{\"hooks\": \"none\"}", Kind::unexpectedShape},
+        {"{\"a\": 1,}", Kind::unreadable},
+        {"// settings\n{}", Kind::unreadable},
+        {"", Kind::unreadable}};
+    for (const auto& [text, kind] : cases) {
+        SCOPED_TRACE(text);
         HookInstallRecord record;
         try {
-            installed(testCase.text, entry("claude"), record);
+            installed(text, entry("claude"), record);
             ADD_FAILURE() << "installed";
         } catch (const HookInstallError& error) {
-            EXPECT_EQ(error.kind(), testCase.kind);
+            EXPECT_EQ(error.kind(), kind);
         }
     }
 }
 
 // Every entry, every spelling: the install holds exactly the old content plus our handlers,
-// and removal gives back the very bytes.
+// and removal gives back the very bytes. Empty containers get their inside back.
 TEST(HookConfigEditorTest, InstallThenUninstallGivesBackEverySpelling) {
-    for (const auto& target : jsonEntries()) {
-        for (const auto& document : testing::documentsWithUserHooks(target)) {
-            for (const auto& spelled : testing::spellings(document)) {
-                SCOPED_TRACE(target.id + ", " + spelled.name + ": " + document.dump());
-                HookInstallRecord record;
-                auto after = installed(spelled.text, target, record);
-                testing::expectInstalledOver(spelled.text, after, target, kApp);
-                EXPECT_EQ(installed(after, target, record), after) << "a second install";
-                EXPECT_EQ(uninstalling(after, target, record, true), spelled.text);
-            }
+    std::vector<std::tuple<const HookCatalogEntry*, std::string, std::string>> cases;
+    for (const auto& target : HookCatalog::entries()) {
+        if (target.format.kind == HookCatalogEntry::Format::Kind::pluginFile) continue;
+        for (const auto& document : documentsWithUserHooks(target)) {
+            for (const auto& [name, text] : spellings(document))
+                cases.emplace_back(&target, name + ": " + document.dump(), text);
         }
     }
-}
-
-TEST(HookConfigEditorTest, EmptyContainersGetTheirInsideBack) {
     for (std::string text :
-         {"{ }", "{\n}\n", "{\"hooks\": {\n\n}, \"x\": [ ]}", "{\"hooks\": {\"Stop\": [\t]}}"}) {
-        SCOPED_TRACE(text);
+         {"{ }", "{\n}\n", "{\"hooks\": {\n\n}, \"x\": [ ]}", "{\"hooks\": {\"Stop\": [\t]}}"})
+        cases.emplace_back(&entry("claude"), "empty containers", text);
+    for (const auto& [target, name, text] : cases) {
+        SCOPED_TRACE(target->id + ", " + name + ": " + text);
         HookInstallRecord record;
-        auto after = installed(text, entry("claude"), record);
-        testing::expectInstalledOver(text, after, entry("claude"), kApp);
-        EXPECT_EQ(uninstalling(after, entry("claude"), record, true), text);
+        auto after = installed(text, *target, record);
+        testing::expectInstalledOver(text, after, *target, kApp);
+        EXPECT_EQ(installed(after, *target, record), after) << "a second install";
+        EXPECT_EQ(uninstalling(after, *target, record, true), text);
     }
 }
 
-TEST(HookConfigEditorTest, RemovalLeavesOtherHandlersInSharedGroups) {
+TEST(HookConfigEditorTest, RemovalLeavesWhatIsNotProvablyOurs) {
     auto ours = HookCatalog::command("claude", "Stop", kApp);
     auto text = "{\"hooks\": {\"Stop\": [{\"hooks\": [{\"command\": \"say hi\"}, {\"command\": " +
                 JSONSourceText::literal(ours) + "}]}]}}";
@@ -185,54 +214,31 @@ TEST(HookConfigEditorTest, RemovalLeavesOtherHandlersInSharedGroups) {
     auto removed = uninstalling(installedText, entry("claude"), forgotten, true);
     EXPECT_TRUE(ourHandlers(removed, {"hooks"}, false).empty());
     EXPECT_NE(removed.find("\"Stop\": []"), std::string::npos) << removed;
-}
-
-TEST(HookConfigEditorTest, TheVersionIsRemovedOnlyWhenOursAndUnchanged) {
+    // The version goes only when it is ours and unchanged.
     HookInstallRecord record;
-    auto text = installed("{}", entry("cursor"), record);
-    auto edited = text;
-    edited.replace(edited.find("\"version\": 1"), 12, "\"version\": 2");
+    auto cursor = installed("{}", entry("cursor"), record);
+    auto edited = replaced(cursor, "\"version\": 1", "\"version\": 2");
     EXPECT_NE(uninstalling(edited, entry("cursor"), record, true).find("\"version\": 2"),
               std::string::npos);
-    EXPECT_NE(uninstalling(text, entry("cursor"), record, false).find("\"version\": 1"),
+    EXPECT_NE(uninstalling(cursor, entry("cursor"), record, false).find("\"version\": 1"),
               std::string::npos);
     EXPECT_FALSE(lacksVersion("{\"version\": 1}", entry("cursor")));
     EXPECT_FALSE(lacksVersion("{}", entry("claude")));
-}
-
-TEST(HookConfigEditorTest, RecordsKnowWhatWasEmpty) {
-    auto containers =
-        emptyContainers("{\"hooks\": {\"Stop\": [1], \"SessionEnd\": []}}", entry("claude"));
-    EXPECT_TRUE(containers.count({"hooks", "SessionEnd"}));
-    EXPECT_TRUE(containers.count({"hooks", "PreToolUse"}));
-    EXPECT_FALSE(containers.count({"hooks", "Stop"}));
-    EXPECT_FALSE(containers.count({"hooks"}));
-    EXPECT_FALSE(containers.count({}));
-    auto interiors = emptyInteriors("{\"hooks\": { \n }}", entry("claude"));
-    ASSERT_EQ(interiors.size(), 1u);
-    EXPECT_EQ(interiors[0], (HookInstallRecord::Interior{{"hooks"}, " \n "}));
-    EXPECT_EQ(restoring(interiors, "{\"hooks\": {}}"), "{\"hooks\": { \n }}");
-    EXPECT_EQ(restoring(interiors, "{\"hooks\": {\"a\": 1}}"), "{\"hooks\": {\"a\": 1}}");
 }
 
 // Damaged settings files are installed into and given back exactly, or refused; nothing else.
 TEST(HookConfigEditorTest, MutatedSettingsAreEditedCleanlyOrRefused) {
     std::vector<std::string> seeds;
     for (const auto& item :
-         std::filesystem::directory_iterator(testing::fixture("settings/claude"))) {
+         std::filesystem::directory_iterator(testing::fixture("settings/claude")))
         seeds.push_back(testing::readFile(item.path()));
-    }
     const std::string alphabet = "{}[]\",: \n\r\t\\0a";
     std::mt19937 random(99);
-    auto pick = [&](std::size_t size) {
-        return std::uniform_int_distribution<std::size_t>(0, size - 1)(random);
-    };
     int edited = 0;
     for (int round = 0; round < 100; ++round) {
-        auto text = seeds[pick(seeds.size())];
-        for (int edits = 0; edits < 2 && !text.empty(); ++edits) {
-            text[pick(text.size())] = alphabet[pick(alphabet.size())];
-        }
+        auto text = seeds[random() % seeds.size()];
+        for (int edits = 0; edits < 2 && !text.empty(); ++edits)
+            text[random() % text.size()] = alphabet[random() % alphabet.size()];
         SCOPED_TRACE(text);
         HookInstallRecord record;
         std::string after;
@@ -246,12 +252,6 @@ TEST(HookConfigEditorTest, MutatedSettingsAreEditedCleanlyOrRefused) {
         EXPECT_EQ(uninstalling(after, entry("claude"), record, true), text);
     }
     EXPECT_GT(edited, 10);
-}
-
-TEST(HookConfigEditorTest, PreviewShowsWhatAnInstallWrites) {
-    HookInstallRecord record;
-    EXPECT_EQ(preview(entry("droid"), kApp), installed("{}\n", entry("droid"), record));
-    EXPECT_EQ(preview(entry("pi"), kApp), HookCatalog::piExtensionSource(kApp));
 }
 
 }  // namespace

@@ -20,8 +20,6 @@
 namespace vigilmoth {
 namespace {
 
-using testing::worded;
-
 namespace fs = std::filesystem;
 using testing::readFile;
 using testing::writeFile;
@@ -36,9 +34,8 @@ std::vector<std::string> namesIn(const fs::path& folder, const std::string& pref
     std::vector<std::string> names;
     if (!fs::exists(folder)) return names;
     for (const auto& item : fs::directory_iterator(folder)) {
-        if (item.path().filename().string().starts_with(prefix)) {
-            names.push_back(item.path().filename().string());
-        }
+        auto name = item.path().filename().string();
+        if (name.starts_with(prefix)) names.push_back(name);
     }
     std::sort(names.begin(), names.end());
     return names;
@@ -55,8 +52,7 @@ public:
         return !readOnly && SystemHookFileAccess::isWritable(path);
     }
     bool write(const std::string& path, const std::string& bytes) override {
-        if (failWrites) return false;
-        return SystemHookFileAccess::write(path, bytes);
+        return !failWrites && SystemHookFileAccess::write(path, bytes);
     }
 
     std::function<void(const std::string& path, int count)> beforeRead;
@@ -81,10 +77,11 @@ protected:
     std::string config(const HookCatalogEntry& target) const {
         return (home.path() / target.configPath).string();
     }
-    void setUp(const HookCatalogEntry& target) {
+    // Makes the agent's folder, with `text` as its settings file when given.
+    void setUp(const HookCatalogEntry& target, std::optional<std::string> text = {}) {
         auto folder = fs::path(target.configPath).begin()->string();
-        if (folder == ".config") folder = ".config/opencode";
-        fs::create_directories(home.path() / folder);
+        fs::create_directories(home.path() / (folder == ".config" ? ".config/opencode" : folder));
+        if (text) writeFile(config(target), *text);
     }
     std::vector<std::string> backupsOf(const HookCatalogEntry& target) const {
         auto file = fs::path(config(target));
@@ -100,56 +97,60 @@ protected:
         }
         return std::nullopt;
     }
+    void expectInstalledOver(const std::string& before, const HookCatalogEntry& target) {
+        testing::expectInstalledOver(before, readFile(config(target)), target, "/opt/vigilmoth");
+    }
 
     testing::TemporaryFolder home;
     SteppingFiles files;
     Date now{1'790'000'000};
 };
 
-// Which entry a real file belongs to, by the folder it was collected in.
-std::vector<std::pair<fs::path, std::string>> realFiles() {
-    std::vector<std::pair<fs::path, std::string>> found;
-    const std::map<std::string, std::string> owners = {
-        {"claude", "claude"}, {"codex", "codex"},   {"cursor", "cursor"},
-        {"droid", "droid"},   {"gemini", "claude"},
+// Each real file (named, with its text) and the entry it belongs to, by the folder it was
+// collected in; then blank and missing (no text) files.
+std::vector<std::tuple<std::string, std::optional<std::string>, std::string>> realFiles() {
+    std::vector<std::tuple<std::string, std::optional<std::string>, std::string>> found;
+    auto add = [&](const fs::path& path, const std::string& owner) {
+        found.emplace_back(path.filename().string(), readFile(path), owner);
     };
-    for (const auto& [folder, owner] : owners) {
-        for (const auto& item : fs::directory_iterator(testing::fixture("settings/" + folder))) {
-            found.emplace_back(item.path(), owner);
-        }
+    add(testing::fixture("hook-configs/cursor-hooks.agentmemory.json"), "cursor");
+    add(testing::fixture("hook-configs/codex-hooks.schemastore-test.json"), "codex");
+    for (std::string folder : {"claude", "codex", "cursor", "droid", "gemini"}) {
+        for (const auto& item : fs::directory_iterator(testing::fixture("settings/" + folder)))
+            add(item.path(), folder == "gemini" ? "claude" : folder);
     }
-    found.emplace_back(testing::fixture("hook-configs/cursor-hooks.agentmemory.json"), "cursor");
-    found.emplace_back(testing::fixture("hook-configs/codex-hooks.schemastore-test.json"), "codex");
-    std::sort(found.begin(), found.end());
+    for (const auto& blank :
+         {std::optional<std::string>(), std::optional<std::string>(""),
+          std::optional<std::string>("\n"), std::optional<std::string>(" \r\n\t")})
+        found.emplace_back(::testing::PrintToString(blank), blank, "claude");
     return found;
 }
 
 TEST_F(HookInstallerTest, RealSettingsFilesComeBackByteForByte) {
-    int installed = 0;
-    int refused = 0;
-    for (const auto& [path, owner] : realFiles()) {
-        SCOPED_TRACE(path.filename().string() + " as " + owner);
+    int installed = 0, refused = 0;
+    for (const auto& [name, original, owner] : realFiles()) {
+        SCOPED_TRACE(name + " as " + owner);
         const auto& target = entry(owner);
-        setUp(target);
-        const auto original = readFile(path);
-        writeFile(config(target), original);
+        setUp(target, original);
         auto message = failure([&] { installer().install(target); }, target);
         if (message) {
             ++refused;
-            EXPECT_TRUE(
-                *message == HookInstallError(Kind::unreadable).message("~/" + target.configPath) ||
-                *message ==
-                    HookInstallError(Kind::unexpectedShape).message("~/" + target.configPath))
+            const auto shown = "~/" + target.configPath;
+            EXPECT_TRUE(*message == HookInstallError(Kind::unreadable).message(shown) ||
+                        *message == HookInstallError(Kind::unexpectedShape).message(shown))
                 << *message;
             EXPECT_EQ(readFile(config(target)), original);
             EXPECT_TRUE(backupsOf(target).empty());
             continue;
         }
         ++installed;
-        testing::expectInstalledOver(original, readFile(config(target)), target, "/opt/vigilmoth");
+        expectInstalledOver(original.value_or(""), target);
         EXPECT_EQ(installer().status(target), HookStatus::installed(1));
         installer().uninstall(target);
-        EXPECT_EQ(readFile(config(target)), original);
+        EXPECT_EQ(fs::exists(config(target)), original.has_value());
+        if (original) {
+            EXPECT_EQ(readFile(config(target)), *original);
+        }
         EXPECT_FALSE(fs::exists(installer().recordPath(target)));
         fs::remove_all(home.path());
         fs::create_directories(home.path());
@@ -159,66 +160,37 @@ TEST_F(HookInstallerTest, RealSettingsFilesComeBackByteForByte) {
     EXPECT_GT(refused, 10);
 }
 
-TEST_F(HookInstallerTest, BlankAndMissingFilesAreRestoredExactly) {
-    const auto& claude = entry("claude");
-    setUp(claude);
-    for (std::optional<std::string> before :
-         {std::optional<std::string>(), std::optional<std::string>(""),
-          std::optional<std::string>("\n"), std::optional<std::string>(" \r\n\t")}) {
-        SCOPED_TRACE(before ? ::testing::PrintToString(*before) : "missing");
-        fs::remove(config(claude));
-        if (before) writeFile(config(claude), *before);
-        installer().install(claude);
-        testing::expectInstalledOver(before.value_or(""), readFile(config(claude)), claude,
-                                     "/opt/vigilmoth");
-        installer().uninstall(claude);
-        EXPECT_EQ(fs::exists(config(claude)), before.has_value());
-        if (before) {
-            EXPECT_EQ(readFile(config(claude)), *before);
-        }
-    }
-}
-
+// Four changing installs in one second keep the newest three backups.
 TEST_F(HookInstallerTest, InstallingTwiceGivesOneSetAndOutdatedSetsAreReplaced) {
     const auto& droid = entry("droid");
-    setUp(droid);
     const std::string original =
         "{\n\t\"hooks\": {\n\t\t\"Stop\": [\n\t\t\t{\"hooks\": "
         "[{\"type\": \"command\", \"command\": \"say done\"}]}\n\t\t]\n\t}\n}\n";
-    writeFile(config(droid), original);
+    setUp(droid, original);
     installer("/old").install(droid);
     EXPECT_EQ(installer("/old").status(droid), HookStatus::installed(1));
     installer("/old").install(droid);
     EXPECT_EQ(backupsOf(droid).size(), 1u) << "the second install changed nothing";
     EXPECT_EQ(installer().status(droid), HookStatus::outdated());
     installer().install(droid);
-    auto text = readFile(config(droid));
-    testing::expectInstalledOver(original, text, droid, "/opt/vigilmoth");
-    EXPECT_EQ(text.find("/old"), std::string::npos);
-    installer().uninstall(droid);
-    EXPECT_EQ(readFile(config(droid)), original);
-}
-
-TEST_F(HookInstallerTest, FourInstallsInOneSecondKeepTheNewestThreeBackups) {
-    const auto& codex = entry("codex");
-    setUp(codex);
-    writeFile(config(codex), "{}\n");
-    for (const auto* app : {"/a", "/b", "/c", "/d"})
-        installer(app).install(codex);
-    const std::string stamp = "hooks.json.vigilmoth-backup-" + [&] {
-        std::time_t seconds = static_cast<std::time_t>(now.secondsSince1970());
-        char text[32];
-        std::strftime(text, sizeof text, "%Y%m%d-%H%M%S", std::localtime(&seconds));
-        return std::string(text);
-    }();
-    EXPECT_EQ(backupsOf(codex),
+    expectInstalledOver(original, droid);
+    EXPECT_EQ(readFile(config(droid)).find("/old"), std::string::npos);
+    installer("/c").install(droid);
+    installer("/d").install(droid);
+    std::time_t seconds = static_cast<std::time_t>(now.secondsSince1970());
+    char text[32];
+    std::strftime(text, sizeof text, "%Y%m%d-%H%M%S", std::localtime(&seconds));
+    const std::string stamp = "settings.json.vigilmoth-backup-" + std::string(text);
+    EXPECT_EQ(backupsOf(droid),
               (std::vector<std::string>{stamp + "-2", stamp + "-3", stamp + "-4"}));
     // The backup holds the file as it was before that write.
-    EXPECT_NE(readFile(fs::path(config(codex)).parent_path() / (stamp + "-4")).find("'/c"),
+    EXPECT_NE(readFile(fs::path(config(droid)).parent_path() / (stamp + "-4")).find("'/c"),
               std::string::npos);
-    auto record = installer("/d").record(codex);
+    auto record = installer("/d").record(droid);
     ASSERT_TRUE(record && record->backups);
     EXPECT_EQ(record->backups->size(), 4u);
+    installer("/d").uninstall(droid);
+    EXPECT_EQ(readFile(config(droid)), original);
 }
 
 TEST_F(HookInstallerTest, ALinkedSettingsFileIsEditedWhereItLives) {
@@ -228,11 +200,12 @@ TEST_F(HookInstallerTest, ALinkedSettingsFileIsEditedWhereItLives) {
     const auto real = home.path() / "dotfiles/settings.json";
     writeFile(real, "{\"model\": \"opus\"}\n");
     fs::create_symlink(real, config(claude));
-    fs::permissions(real, fs::perms::owner_read | fs::perms::owner_write);
+    const auto mode = fs::perms::owner_read | fs::perms::owner_write;
+    fs::permissions(real, mode);
     installer().install(claude);
     EXPECT_TRUE(fs::is_symlink(config(claude)));
     EXPECT_EQ(installer().status(claude), HookStatus::installed(1));
-    EXPECT_EQ(fs::status(real).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(fs::status(real).permissions(), mode);
     EXPECT_EQ(backupsOf(claude).size(), 0u) << "no backup beside the link";
     EXPECT_FALSE(namesIn(real.parent_path(), "settings.json.vigilmoth").empty());
     installer().uninstall(claude);
@@ -242,19 +215,16 @@ TEST_F(HookInstallerTest, ALinkedSettingsFileIsEditedWhereItLives) {
 
 TEST_F(HookInstallerTest, EachGuardStopsWithItsMessageAndWritesNothing) {
     const auto& claude = entry("claude");
-    const std::string original = "{\"model\": \"opus\"}\n";
-    struct Case {
+    const std::string sonnet = "{\"model\": \"sonnet\"}\n";
+    const struct {
         std::string name;
         std::function<void()> arrange;
         std::string message;
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {"changed while editing",
          [&] {
              files.beforeRead = [&](const std::string& path, int count) {
-                 if (path.ends_with("settings.json") && count == 2) {
-                     writeFile(path, "{\"model\": \"sonnet\"}\n");
-                 }
+                 if (path.ends_with("settings.json") && count == 2) writeFile(path, sonnet);
              };
          },
          "~/.claude/settings.json changed while vigilmoth was working on it. Nothing was "
@@ -274,19 +244,17 @@ TEST_F(HookInstallerTest, EachGuardStopsWithItsMessageAndWritesNothing) {
          "~/.claude/settings.json has a layout vigilmoth does not recognize, so it did not "
          "change it."},
     };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
         fs::remove_all(home.path() / ".claude");
-        setUp(claude);
-        writeFile(config(claude), original);
+        setUp(claude, "{\"model\": \"opus\"}\n");
         files = SteppingFiles();
-        testCase.arrange();
+        c.arrange();
         auto before = readFile(config(claude));
-        EXPECT_EQ(failure([&] { installer().install(claude); }, claude), testCase.message);
+        EXPECT_EQ(failure([&] { installer().install(claude); }, claude), c.message);
         files.beforeRead = nullptr;
         // The other program's edit stands; otherwise the file is as it was.
-        EXPECT_EQ(readFile(config(claude)),
-                  testCase.name == "changed while editing" ? "{\"model\": \"sonnet\"}\n" : before);
+        EXPECT_EQ(readFile(config(claude)), c.name == "changed while editing" ? sonnet : before);
         EXPECT_TRUE(backupsOf(claude).empty());
         EXPECT_FALSE(fs::exists(installer().recordPath(claude)));
     }
@@ -294,20 +262,21 @@ TEST_F(HookInstallerTest, EachGuardStopsWithItsMessageAndWritesNothing) {
 
 TEST_F(HookInstallerTest, RemovalRereadsBeforeDeletingAFileItCreated) {
     const auto& cursor = entry("cursor");
+    const std::string theirs = "{\"model\": \"x\"}\n";
     setUp(cursor);
     installer().install(cursor);
     files.reads.clear();
     files.beforeRead = [&](const std::string& path, int count) {
-        if (path.ends_with("hooks.json") && count == 2) writeFile(path, "{\"model\": \"x\"}\n");
+        if (path.ends_with("hooks.json") && count == 2) writeFile(path, theirs);
     };
     EXPECT_EQ(failure([&] { installer().uninstall(cursor); }, cursor),
               "~/.cursor/hooks.json changed while vigilmoth was working on it. Nothing was "
               "written. Try again.");
     files.beforeRead = nullptr;
-    EXPECT_EQ(readFile(config(cursor)), "{\"model\": \"x\"}\n");
+    EXPECT_EQ(readFile(config(cursor)), theirs);
     EXPECT_TRUE(fs::exists(installer().recordPath(cursor))) << "kept for another try";
     installer().uninstall(cursor);
-    EXPECT_EQ(readFile(config(cursor)), "{\"model\": \"x\"}\n");
+    EXPECT_EQ(readFile(config(cursor)), theirs);
 }
 
 TEST_F(HookInstallerTest, AnAgentThatIsNotSetUpIsLeftAlone) {
@@ -315,7 +284,7 @@ TEST_F(HookInstallerTest, AnAgentThatIsNotSetUpIsLeftAlone) {
         SCOPED_TRACE(target.id);
         EXPECT_EQ(installer().status(target), HookStatus::configMissing());
         EXPECT_EQ(failure([&] { installer().install(target); }, target),
-                  worded("This agent is not set up on this Mac. ~/") + target.configPath +
+                  testing::worded("This agent is not set up on this Mac. ~/") + target.configPath +
                       " does not exist.");
     }
     // opencode counts as set up by its own folder under .config, not by .config itself.
@@ -336,7 +305,6 @@ TEST_F(HookInstallerTest, PluginScriptsAreOursOrLeftAlone) {
         auto version = target.id == "pi" ? HookCatalog::kPiExtensionVersion
                                          : HookCatalog::kOpencodePluginVersion;
         EXPECT_EQ(installer().status(target), HookStatus::installed(version));
-
         auto older = HookPluginHistory::source(target.id, version - 1, "/opt/vigilmoth");
         ASSERT_TRUE(older);
         writeFile(config(target), *older);
@@ -344,7 +312,6 @@ TEST_F(HookInstallerTest, PluginScriptsAreOursOrLeftAlone) {
         installer().updateOwnFiles(target);
         EXPECT_EQ(installer().status(target), HookStatus::installed(version));
         EXPECT_EQ(installer("/moved").status(target), HookStatus::outdated());
-
         installer().uninstall(target);
         EXPECT_FALSE(fs::exists(config(target)));
         writeFile(config(target), "export default {};\n");
@@ -363,10 +330,8 @@ TEST_F(HookInstallerTest, RemovalDeletesOnlyThisAgentsStateFiles) {
     installer().install(codex);
     const auto states = fs::path(support()) / "hooks";
     fs::create_directories(states);
-    for (const auto* name :
-         {"codex-123.json", "codex-9.json.tmp", "claude-123.json", "codex.json"}) {
+    for (const auto* name : {"codex-123.json", "codex-9.json.tmp", "claude-123.json", "codex.json"})
         writeFile(states / name, "{}");
-    }
     installer().uninstall(codex);
     EXPECT_EQ(namesIn(states),
               (std::vector<std::string>{"claude-123.json", "codex-9.json.tmp", "codex.json"}));
@@ -388,8 +353,7 @@ TEST(HookInstallRecordTest, RoundTripsAndReadsWhatItCan) {
     for (int round = 0; round < 3000; ++round) {
         auto damaged = text;
         for (int edits = 0; edits < 3; ++edits) {
-            auto at = std::uniform_int_distribution<std::size_t>(0, damaged.size() - 1)(random);
-            damaged[at] = static_cast<char>(std::uniform_int_distribution<int>(32, 126)(random));
+            damaged[random() % damaged.size()] = static_cast<char>(32 + random() % 95);
         }
         auto json = nlohmann::json::parse(damaged, nullptr, false);
         if (!json.is_discarded()) HookInstallRecord::fromJSON(json);

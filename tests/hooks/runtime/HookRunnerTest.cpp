@@ -13,20 +13,16 @@ class FakeCensus final : public ProcessCensusing {
 public:
     void add(int32_t pid, int32_t ppid, std::string executable,
              std::vector<std::string> arguments) {
-        ProcessInfoRow row;
-        row.pid = pid;
-        row.ppid = ppid;
-        row.startTime = 1000 + pid;
-        row.executablePath = std::move(executable);
-        row.arguments = std::move(arguments);
-        rows_[pid] = row;
+        rows_[pid] = {.pid = pid,
+                      .ppid = ppid,
+                      .startTime = 1000.0 + pid,
+                      .executablePath = std::move(executable),
+                      .arguments = std::move(arguments)};
     }
     std::optional<std::vector<ProcessInfoRow>> snapshot() override { return std::nullopt; }
     std::optional<ProcessInfoRow> row(int32_t pid) override {
         ++lookups;
-        auto found = rows_.find(pid);
-        if (found == rows_.end()) return std::nullopt;
-        return found->second;
+        return rows_.contains(pid) ? std::optional(rows_.at(pid)) : std::nullopt;
     }
     int lookups = 0;
 
@@ -36,22 +32,16 @@ private:
 
 class FakeStore final : public HookStateStoring {
 public:
-    bool lock() override {
-        ++locks;
-        return lockable;
-    }
+    bool lock() override { return lockable; }
     void unlock() override { ++unlocks; }
     std::optional<std::string> read(const std::string& name) override {
-        auto found = files.find(name);
-        if (found == files.end()) return std::nullopt;
-        return found->second;
+        return files.contains(name) ? std::optional(files.at(name)) : std::nullopt;
     }
     bool replace(const std::string& name, const std::string& text) override {
         files[name] = text;
         return true;
     }
     bool lockable = true;
-    int locks = 0;
     int unlocks = 0;
     std::map<std::string, std::string> files;
 };
@@ -80,18 +70,11 @@ FakeCensus census() {
 }
 
 TEST(HookRunnerTest, TheWalkFindsTheAgentAboveItsShells) {
-    struct Case {
-        std::string name;
-        int32_t parent;
-        std::string agent;
-        std::optional<int32_t> found;
-    };
-    const std::vector<Case> cases{
+    const std::tuple<std::string, int32_t, std::string, std::optional<int32_t>> cases[] = {
         {"the agent itself", 100, "claude", 100},
         {"through one shell", 101, "claude", 100},
         {"through two shells", 102, "claude", 100},
-        {"login shells around the agent", 105, "claude", 104},
-        {"the nearest agent wins, not the outer one", 105, "claude", 104},
+        {"login shells around the agent; the nearest wins", 105, "claude", 104},
         {"codex's managed daemon runs its hooks", 201, "codex", 200},
         {"pi under node", 300, "pi", 300},
         {"a tool process of the agent is walked past", 400, "claude", 100},
@@ -99,29 +82,22 @@ TEST(HookRunnerTest, TheWalkFindsTheAgentAboveItsShells) {
         {"no agent up to init", 103, "claude", std::nullopt},
         {"a gone parent", 999, "claude", std::nullopt},
         {"no parent", 0, "claude", std::nullopt},
-        {"a loop of parents ends", 500, "claude", std::nullopt},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        {"a loop of parents ends", 500, "claude", std::nullopt}};
+    for (const auto& [name, parent, agent, expected] : cases) {
+        SCOPED_TRACE(name);
         FakeCensus processes = census();
-        auto found =
-            HookRunner::agentProcess(c.parent, c.agent, processes, AgentCatalog::standard());
-        ASSERT_EQ(found.has_value(), c.found.has_value());
+        auto found = HookRunner::agentProcess(parent, agent, processes, AgentCatalog::standard());
+        ASSERT_EQ(found.has_value(), expected.has_value());
         if (found) {
-            EXPECT_EQ(found->pid, *c.found);
-            EXPECT_EQ(found->startTime, 1000 + *c.found);
+            EXPECT_EQ(std::pair(found->pid, found->startTime),
+                      std::pair(*expected, 1000.0 + *expected));
         }
         EXPECT_LE(processes.lookups, 32);
     }
 }
 
 TEST(HookRunnerTest, ShellsAreKnownByProgramOrArgumentZero) {
-    struct Case {
-        std::string executable;
-        std::vector<std::string> arguments;
-        bool shell;
-    };
-    const std::vector<Case> cases{
+    const std::tuple<std::string, std::vector<std::string>, bool> cases[] = {
         {"/usr/bin/dash", {"/bin/sh", "-c", "x"}, true},
         {"/bin/bash", {}, true},
         {"/usr/bin/fish", {"fish"}, true},
@@ -129,49 +105,36 @@ TEST(HookRunnerTest, ShellsAreKnownByProgramOrArgumentZero) {
         {"/usr/bin/zsh", {"-zsh"}, true},
         {kClaudeBinary, {"claude"}, false},
         {"/usr/bin/node", {"node", "/usr/bin/bash-language-server"}, false},
-        {"/usr/bin/shellcheck", {"shellcheck"}, false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.executable);
-        ProcessInfoRow row;
-        row.executablePath = c.executable;
-        row.arguments = c.arguments;
-        EXPECT_EQ(HookRunner::isShell(row), c.shell);
+        {"/usr/bin/shellcheck", {"shellcheck"}, false}};
+    for (const auto& [executable, arguments, shell] : cases) {
+        SCOPED_TRACE(executable);
+        EXPECT_EQ(HookRunner::isShell({.executablePath = executable, .arguments = arguments}),
+                  shell);
     }
 }
 
 TEST(HookRunnerTest, ARunWritesOnlyWhatAnEventSaysForAFoundAgent) {
-    HookInput input{"s1", std::nullopt, std::nullopt, std::nullopt, std::nullopt};
-    struct Case {
-        std::string name;
-        std::vector<std::string> arguments;
-        int32_t parent;
-        bool lockable;
-        bool written;
-        bool walked;
-    };
-    const std::vector<Case> cases{
+    // name, arguments, parent, lockable, written, walked
+    const std::tuple<std::string, std::vector<std::string>, int32_t, bool, bool, bool> cases[] = {
         {"a stop under claude", {"claude", "Stop", "v=1"}, 102, true, true, true},
         {"an event that means nothing", {"claude", "SessionStart", "v=1"}, 102, true, false, false},
         {"an unknown agent", {"aider", "Stop", "v=1"}, 102, true, false, false},
         {"no agent above", {"claude", "Stop", "v=1"}, 201, true, false, true},
-        {"a folder that cannot be locked", {"claude", "Stop", "v=1"}, 102, false, false, true},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        {"a folder that cannot be locked", {"claude", "Stop", "v=1"}, 102, false, false, true}};
+    for (const auto& [name, arguments, parent, lockable, written, walked] : cases) {
+        SCOPED_TRACE(name);
         FakeCensus processes = census();
         FakeStore store;
-        store.lockable = c.lockable;
-        HookRunner::run(c.arguments, input, c.parent, 5000, processes, store);
-        EXPECT_EQ(store.files.size(), c.written ? 1u : 0u);
-        EXPECT_EQ(processes.lookups > 0, c.walked);
-        EXPECT_EQ(store.unlocks, c.written ? 1 : 0);
-        if (c.written) {
-            auto file = HookStateFile::decode(store.files.at("claude-100.json"));
-            ASSERT_TRUE(file);
-            EXPECT_EQ(file->start, 1100);
-            EXPECT_EQ(file->sessions.at(HookStateFile::sessionKey("s1")).at, 5000);
-        }
+        store.lockable = lockable;
+        HookRunner::run(arguments, HookInput{"s1", {}, {}, {}, {}}, parent, 5000, processes, store);
+        EXPECT_EQ(store.files.size(), written ? 1u : 0u);
+        EXPECT_EQ(processes.lookups > 0, walked);
+        EXPECT_EQ(store.unlocks, written ? 1 : 0);
+        if (!written) continue;
+        auto file = HookStateFile::decode(store.files.at("claude-100.json"));
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->start, 1100);
+        EXPECT_EQ(file->sessions.at(HookStateFile::sessionKey("s1")).at, 5000);
     }
 }
 

@@ -32,94 +32,89 @@ HookInput session(std::string id, std::optional<std::string> type = std::nullopt
 }
 
 TEST(HookStateUpdateTest, EventsSetEndOrLeaveTheirSession) {
-    const Session working{"working", "UserPromptSubmit", 50, {}, {}, {}};
-    const Session other{"idle", "Stop", 40, {}, {}, {}};
+    const Session working{"working", "UserPromptSubmit", 50}, other{"idle", "Stop", 40},
+        stopped{"idle", "Stop", 100};
     const auto both = fileWith({{kKey, working}, {kOtherKey, other}});
-    struct Case {
+    const auto earlier = AgentProcess{kProcess.pid, kProcess.startTime - 0.002};
+    const auto within = AgentProcess{kProcess.pid, kProcess.startTime + 0.0005};
+    const struct {
         std::string name;
         std::optional<HookStateFile> current;
-        std::string agent;
-        std::string event;
+        std::string agent, event;
         HookInput input;
         std::optional<HookStateFile> expected;
-    };
-    const std::vector<Case> cases{
-        {"first event creates the file", std::nullopt, "claude", "UserPromptSubmit", session("s1"),
-         fileWith({{kKey, {"working", "UserPromptSubmit", 100, {}, {}, {}}}})},
+    } cases[] = {
+        {"first event creates the file",
+         {},
+         "claude",
+         "UserPromptSubmit",
+         session("s1"),
+         fileWith({{kKey, {"working", "UserPromptSubmit", 100}}})},
         {"next event replaces its session only", both, "claude", "Stop", session("s1"),
-         fileWith({{kKey, {"idle", "Stop", 100, {}, {}, {}}}, {kOtherKey, other}})},
+         fileWith({{kKey, stopped}, {kOtherKey, other}})},
         {"permission prompt waits", both, "claude", "Notification",
          session("s1", "permission_prompt"),
-         fileWith({{kKey, {"waiting", "Notification", 100, {}, {}, {}}}, {kOtherKey, other}})},
-        {"unknown notification changes nothing", both, "claude", "Notification",
-         session("s1", "auth_success"), std::nullopt},
-        {"event without rule changes nothing", both, "claude", "SessionStart", session("s1"),
-         std::nullopt},
+         fileWith({{kKey, {"waiting", "Notification", 100}}, {kOtherKey, other}})},
+        {"unknown notification changes nothing",
+         both,
+         "claude",
+         "Notification",
+         session("s1", "auth_success"),
+         {}},
+        {"event without rule changes nothing", both, "claude", "SessionStart", session("s1"), {}},
         {"end drops the session", both, "claude", "SessionEnd", session("s1"),
          fileWith({{kOtherKey, other}})},
         {"end of the last session leaves an empty file", fileWith({{kKey, working}}), "claude",
          "SessionEnd", session("s1"), fileWith({})},
-        {"end of an unknown session writes nothing", fileWith({{kOtherKey, other}}), "claude",
-         "SessionEnd", session("s1"), std::nullopt},
-        {"no session id keys as none", std::nullopt, "codex", "PermissionRequest", HookInput{},
-         HookStateFile{1,
-                       "codex",
-                       kProcess.pid,
-                       kProcess.startTime,
-                       {{"none", {"waiting", "PermissionRequest", 100, {}, {}, {}}}}}},
+        {"end of an unknown session writes nothing",
+         fileWith({{kOtherKey, other}}),
+         "claude",
+         "SessionEnd",
+         session("s1"),
+         {}},
+        {"no session id keys as none",
+         {},
+         "codex",
+         "PermissionRequest",
+         HookInput{},
+         fileWith({{"none", {"waiting", "PermissionRequest", 100}}}, kProcess, "codex")},
         {"a file of an earlier process with the same id is replaced",
-         fileWith({{kOtherKey, other}}, AgentProcess{kProcess.pid, kProcess.startTime - 0.002}),
-         "claude", "Stop", session("s1"), fileWith({{kKey, {"idle", "Stop", 100, {}, {}, {}}}})},
+         fileWith({{kOtherKey, other}}, earlier), "claude", "Stop", session("s1"),
+         fileWith({{kKey, stopped}})},
         {"a start time within a millisecond is the same process",
-         fileWith({{kOtherKey, other}}, AgentProcess{kProcess.pid, kProcess.startTime + 0.0005}),
-         "claude", "Stop", session("s1"),
-         fileWith({{kKey, {"idle", "Stop", 100, {}, {}, {}}}, {kOtherKey, other}})},
+         fileWith({{kOtherKey, other}}, within), "claude", "Stop", session("s1"),
+         fileWith({{kKey, stopped}, {kOtherKey, other}})},
         {"another agent's file is replaced", fileWith({{kOtherKey, other}}, kProcess, "codex"),
-         "claude", "Stop", session("s1"), fileWith({{kKey, {"idle", "Stop", 100, {}, {}, {}}}})},
+         "claude", "Stop", session("s1"), fileWith({{kKey, stopped}})},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(run(c.current, c.agent, c.event, c.input), c.expected);
     }
+    // Unreadable files are started afresh.
+    for (std::string text : {"", "{", "null", "{\"v\":1}", "\xff\xff"}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(HookStateUpdate::applying(text, HookInvocation{"pi", "agent_start", 2},
+                                            session("s1"), kProcess, 100),
+                  fileWith({{kKey, {"working", "agent_start", 100}}}, kProcess, "pi"));
+    }
 }
 
 TEST(HookStateUpdateTest, PluginFieldsAreKeptAndStaleEventsDropped) {
-    HookInput first{"s1", std::nullopt, 99000.0, 7, "inst1"};
-    auto file = run(std::nullopt, "opencode", "session.busy", first);
+    auto file = run(std::nullopt, "opencode", "session.busy", {"s1", {}, 99000.0, 7, "inst1"});
     ASSERT_TRUE(file);
     EXPECT_EQ(file->sessions.at(kKey),
               (Session{"working", "session.busy", 100, 99000.0, 7, "inst1"}));
-
-    struct Case {
-        std::string name;
-        HookInput input;
-        bool written;
-    };
-    const std::vector<Case> cases{
+    const std::tuple<std::string, HookInput, bool> cases[] = {
         {"an earlier event of the same script", {"s1", {}, 1.0, 6, "inst1"}, false},
         {"the same event again", {"s1", {}, 1.0, 7, "inst1"}, false},
         {"a later event", {"s1", {}, 1.0, 8, "inst1"}, true},
         {"a reloaded script starts counting again", {"s1", {}, 1.0, 1, "inst2"}, true},
-        {"an unnumbered event", {"s1", {}, std::nullopt, std::nullopt, "inst1"}, true},
-        {"another session", {"s2", {}, 1.0, 1, "inst1"}, true},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(run(file, "opencode", "session.idle", c.input).has_value(), c.written);
-    }
-}
-
-TEST(HookStateUpdateTest, UnreadableFilesAreStartedAfresh) {
-    for (std::string text : {"", "{", "null", "{\"v\":1}", "\xff\xff"}) {
-        SCOPED_TRACE(text);
-        auto file = HookStateUpdate::applying(text, HookInvocation{"pi", "agent_start", 2},
-                                              session("s1"), kProcess, 100);
-        ASSERT_TRUE(file);
-        EXPECT_EQ(*file, (HookStateFile{1,
-                                        "pi",
-                                        kProcess.pid,
-                                        kProcess.startTime,
-                                        {{kKey, {"working", "agent_start", 100, {}, {}, {}}}}}));
+        {"an unnumbered event", {"s1", {}, {}, {}, "inst1"}, true},
+        {"another session", {"s2", {}, 1.0, 1, "inst1"}, true}};
+    for (const auto& [name, input, written] : cases) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(run(file, "opencode", "session.idle", input).has_value(), written);
     }
 }
 
