@@ -20,6 +20,8 @@ using namespace testing;
 
 class FileKeyValueStoreTest : public ::testing::Test {
 protected:
+    TemporaryFolder folder;
+    std::string path = folder / "defaults.json";
 };
 
 TEST_F(FileKeyValueStoreTest, KeepsTypesAcrossAnotherInstance) {
@@ -94,7 +96,7 @@ TEST_F(FileKeyValueStoreTest, TwoWritersKeepEveryKey) {
     EXPECT_EQ(std::pair(first.wait(60), second.wait(60)), std::pair(0, 0));
     FileKeyValueStore store(path);
     for (int i = 0; i < kCount; ++i) {
-        for (const std::string key : {"first." + std::to_string(i), "second." + std::to_string(i)})
+        for (const std::string& key : {"first." + std::to_string(i), "second." + std::to_string(i)})
             EXPECT_TRUE(store.value(key)) << "lost " << key;
     }
 }
