@@ -85,22 +85,12 @@ ProcessOptions DBusTestBus::environment() const {
 
 void DBusTestBus::startTemplate(const std::string& name, const std::string& busName,
                                 const std::string& parameters) {
-    services_.push_back(std::make_unique<BackgroundProcess>(
-        "/usr/bin/python3",
-        std::vector<std::string>{"-m", "dbusmock", "--logfile", folder_ / (name + ".log"),
-                                 "--template", name, "--parameters", parameters},
-        environment()));
-    waitForName(busName);
+    serve(busName, {"--template", name, "--parameters", parameters});
 }
 
 void DBusTestBus::startMock(const std::string& busName, const std::string& path,
                             const std::string& interface) {
-    services_.push_back(std::make_unique<BackgroundProcess>(
-        "/usr/bin/python3",
-        std::vector<std::string>{"-m", "dbusmock", "--logfile", folder_ / (busName + ".log"),
-                                 busName, path, interface},
-        environment()));
-    waitForName(busName);
+    serve(busName, {busName, path, interface});
 }
 
 void DBusTestBus::startTrayWatcher() {
@@ -109,7 +99,11 @@ void DBusTestBus::startTrayWatcher() {
          "");
 }
 
-void DBusTestBus::waitForName(const std::string& busName) {
+void DBusTestBus::serve(const std::string& busName, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(),
+                     {"-m", "dbusmock", "--logfile", folder_ / (busName + ".log")});
+    services_.push_back(
+        std::make_unique<BackgroundProcess>("/usr/bin/python3", arguments, environment()));
     if (!eventually([&] { return owned(busName); }, 30))
         throw std::runtime_error("the mock of " + busName + " did not start");
 }
@@ -232,6 +226,8 @@ CapturedLog::CapturedLog() {
     });
 }
 
-CapturedLog::~CapturedLog() { setLogSink(nullptr); }
+CapturedLog::~CapturedLog() {
+    setLogSink(nullptr);
+}
 
 }  // namespace vigilmoth::testing
