@@ -61,6 +61,7 @@ TEST(LaunchArgumentsTest, ClassifiesEveryDocumentedCommandLine) {
         SCOPED_TRACE(::testing::PrintToString(args));
         EXPECT_EQ(kind(arguments), expected);
     }
+    EXPECT_EQ(kind({}), Kind(App{}));
     EXPECT_EQ(kind({"--lab-record"}), Kind(App{})) << "the executable path is never examined";
 }
 
