@@ -1,5 +1,8 @@
-// Show that the real vigilmoth executable answers each command line with the documented
-// message and exit status, and that a second copy hands over to a running one.
+// The command line is classified in a fixed order (lab, then the timed switches, then the
+// operating system's own options); the real executable answers with its message and status, and
+// a second copy hands over to a running one only after five seconds of polling.
+#include "app/Main.h"
+
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
@@ -10,64 +13,107 @@
 #include <chrono>
 #include <thread>
 
+#include "app/LaunchArguments.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
 namespace {
 
 using namespace testing;
+using namespace LaunchArguments;
 
-std::string unknownMessage(const std::string& argument) {
-    return "Unknown argument " + argument + ". The app starts without arguments.\n";
+TEST(LaunchArgumentsTest, ClassifiesEveryDocumentedCommandLine) {
+    const std::vector<std::pair<std::vector<std::string>, Kind>> cases = {
+        {{}, App{}},
+        {{"-psn_0_12345"}, App{}},
+        {{"-NSDocumentRevisionsDebugMode", "YES"}, App{}},
+        {{"-NSFoo", "-AppleBar", "1"}, App{}},  // -AppleBar is itself the next option
+        {{"-AppleLanguages"}, App{}},           // at the very end: no value to skip
+        {{"-NSFoo", "--verbose"}, Unknown{"--verbose"}},
+        {{"foo"}, Unknown{"foo"}},
+        {{"-NSFoo", "bar", "baz"}, Unknown{"baz"}},
+        {{"--bogus", "--lab-anything"}, Lab{}},  // the lab wins even over refused arguments
+        {{"--lab-x", "--bogus"}, Lab{}},
+        {{"--smoke-test", "--lab-score"}, Lab{}},
+        {{"--smoke-test"}, Unknown{"--smoke-test"}},
+        {{"--smoke-test", "5"}, Unknown{"--smoke-test"}},
+        {{"--smoke-test", "121"}, Unknown{"--smoke-test"}},
+        {{"--smoke-test", "abc"}, Unknown{"--smoke-test"}},
+        {{"--smoke-test", " 30"}, Unknown{"--smoke-test"}},
+        {{"--smoke-test", "30 "}, Unknown{"--smoke-test"}},
+        {{"--smoke-test", "nan"}, Unknown{"--smoke-test"}},
+        {{"--smoke-test", ""}, Unknown{"--smoke-test"}},
+        {{"--smoke-test", "6"}, SmokeTest{6}},
+        {{"--smoke-test", "120"}, SmokeTest{120}},
+        {{"--smoke-test", "7.5"}, SmokeTest{7.5}},
+        {{"--smoke-test", "30", "whatever", "else"}, SmokeTest{30}},  // only the pair counts
+        {{"junk", "--smoke-test", "30"}, SmokeTest{30}},
+        {{"--display-probe", "0.5"}, Unknown{"--display-probe"}},
+        {{"--display-probe", "3600"}, DisplayProbe{3600}},
+        {{"--display-probe", "1"}, DisplayProbe{1}},
+        {{"--display-probe", "3600.01"}, Unknown{"--display-probe"}},
+        {{"--display-probe", "10", "--smoke-test", "30"}, SmokeTest{30}},
+        {{"--smoke-test", "3", "--display-probe", "10"}, Unknown{"--smoke-test"}},
+    };
+    for (const auto& [args, expected] : cases) {
+        std::vector<std::string> arguments = {"/usr/bin/vigilmoth"};
+        arguments.insert(arguments.end(), args.begin(), args.end());
+        SCOPED_TRACE(::testing::PrintToString(args));
+        EXPECT_EQ(kind(arguments), expected);
+    }
+    EXPECT_EQ(kind({}), Kind(App{}));
+    EXPECT_EQ(kind({"--lab-record"}), Kind(App{})) << "the executable path is never examined";
 }
 
 TEST(MainTest, RefusesWhatItDoesNotUnderstandWithStatusOne) {
-    struct Case {
-        std::vector<std::string> args;
-        std::string offending;
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"foo"}, "Unknown argument foo"},
+        {{"--smoke-test", "5"}, "Unknown argument --smoke-test"},
+        {{"--display-probe", "0.5"}, "Unknown argument --display-probe"},
+        {{"-NSFoo", "--verbose"}, "Unknown argument --verbose"},
+        {{"h\xC3\xA9llo"}, "Unknown argument h\xC3\xA9llo"},
+        {{"--lab-x", "--bogus"}, "Unknown lab command --lab-x"},
     };
-    const std::vector<Case> cases = {
-        {{"foo"}, "foo"},
-        {{"--smoke-test", "5"}, "--smoke-test"},
-        {{"--smoke-test", "121"}, "--smoke-test"},
-        {{"--smoke-test", "abc"}, "--smoke-test"},
-        {{"--smoke-test", " 30"}, "--smoke-test"},
-        {{"--display-probe", "0.5"}, "--display-probe"},
-        {{"-NSFoo", "--verbose"}, "--verbose"},
-        {{"h\xC3\xA9llo"}, "h\xC3\xA9llo"},
-    };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.offending);
-        auto result = runVigilmoth(testCase.args);
+    for (const auto& [args, said] : cases) {
+        SCOPED_TRACE(said);
+        auto result = runVigilmoth(args);
         EXPECT_EQ(result.status, 1);
-        EXPECT_EQ(result.err, unknownMessage(testCase.offending));
+        const bool lab = said.rfind("Unknown lab", 0) == 0;
+        EXPECT_EQ(result.err, said + (lab ? ".\n" : ". The app starts without arguments.\n"));
         EXPECT_EQ(result.out, "");
     }
 }
 
-TEST(MainTest, HandsAnyLabArgumentToTheLab) {
-    auto result = runVigilmoth({"--lab-x", "--bogus"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "Unknown lab command --lab-x.\n");
-}
+// The application in a home of its own and without buses: it cannot hold the computer awake or
+// show a tray, and runs on.
+class SingleCopyTest : public ::testing::Test {
+protected:
+    SingleCopyTest() {
+        options.environment = {{"HOME", home.path().string()},
+                               {"XDG_RUNTIME_DIR", home.path().string()},
+                               {"XDG_CONFIG_HOME", std::nullopt},
+                               {"XDG_DATA_HOME", std::nullopt},
+                               {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home / "no-bus")},
+                               {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}};
+        options.timeoutSeconds = 30;
+    }
+    // Starts a copy, waits until it runs, and stops it when `meanwhile` is done.
+    void runCopy(const std::vector<std::string>& args, const std::function<void()>& meanwhile) {
+        BackgroundProcess copy(VIGILMOTH_EXECUTABLE, args, options);
+        ASSERT_TRUE(copy.waitForOutput("vigilmoth is running")) << copy.output();
+        meanwhile();
+        if (HasFailure()) return;
+        EXPECT_TRUE(copy.waitForOutput(expectedLater)) << copy.output();
+        copy.signal(SIGTERM);
+        EXPECT_EQ(copy.wait(), 0);
+    }
 
-// The application, and the smoke test that runs it, in a home of their own and without buses:
-// they cannot hold the computer awake or show a tray, and run on.
-ProcessOptions isolated(const TemporaryFolder& home) {
-    ProcessOptions options;
-    options.environment = {{"HOME", home.path().string()},
-                           {"XDG_RUNTIME_DIR", home.path().string()},
-                           {"XDG_CONFIG_HOME", std::nullopt},
-                           {"XDG_DATA_HOME", std::nullopt},
-                           {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home / "no-bus")},
-                           {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}};
-    options.timeoutSeconds = 30;
-    return options;
-}
-
-TEST(MainTest, TimedSwitchesWithGoodValuesAreNotRefused) {
     TemporaryFolder home;
-    const auto options = isolated(home);
+    ProcessOptions options;
+    std::string expectedLater = "vigilmoth is running";
+};
+
+TEST_F(SingleCopyTest, TimedSwitchesWithGoodValuesAreNotRefused) {
     for (const auto& args : std::vector<std::vector<std::string>>{{"--display-probe", "3600"},
                                                                   {"--smoke-test", "6"}}) {
         auto result = runVigilmoth(args, options);
@@ -75,56 +121,73 @@ TEST(MainTest, TimedSwitchesWithGoodValuesAreNotRefused) {
     }
 }
 
-class SingleCopyTest : public ::testing::Test {
-protected:
-    ProcessOptions options() const { return isolated(runtime); }
-    std::string lockPath() const { return runtime / "com.vigilmoth.app/vigilmoth.lock"; }
-
-    TemporaryFolder runtime;
-};
-
-TEST_F(SingleCopyTest, StartsWithOnlyTheSystemOptions) {
-    BackgroundProcess first(VIGILMOTH_EXECUTABLE, {"-psn_0_1"}, options());
-    EXPECT_TRUE(first.waitForOutput("vigilmoth is running")) << first.output();
-    first.signal(SIGTERM);
-    EXPECT_EQ(first.wait(), 0);
-}
-
 TEST_F(SingleCopyTest, SecondCopyBringsTheFirstForwardAndLeaves) {
-    BackgroundProcess first(VIGILMOTH_EXECUTABLE, {"-NSFoo", "-AppleBar", "1"}, options());
-    ASSERT_TRUE(first.waitForOutput("vigilmoth is running")) << first.output();
-
-    auto started = std::chrono::steady_clock::now();
-    auto second = runVigilmoth({}, options());
-    double waited =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-
-    EXPECT_EQ(second.status, 0);
-    EXPECT_EQ(second.err, "vigilmoth is already running.\n");
-    EXPECT_EQ(second.out, "");
-    EXPECT_GE(waited, 5.0);
-    EXPECT_TRUE(first.waitForOutput("vigilmoth was asked to come forward."));
-    first.signal(SIGTERM);
-    EXPECT_EQ(first.wait(), 0);
+    expectedLater = "vigilmoth was asked to come forward.";
+    runCopy({"-NSFoo", "-AppleBar", "1"}, [&] {
+        auto started = std::chrono::steady_clock::now();
+        auto second = runVigilmoth({}, options);
+        EXPECT_GE(std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count(),
+                  5.0);
+        EXPECT_EQ(second.status, 0);
+        EXPECT_EQ(second.err, "vigilmoth is already running.\n");
+        EXPECT_EQ(second.out, "");
+    });
 }
 
 TEST_F(SingleCopyTest, CopyThatIsQuittingLetsTheNextOneStart) {
     // A copy on its way out: it holds the lock for two more seconds, then goes.
-    std::filesystem::create_directories(runtime.path() / "com.vigilmoth.app");
-    BackgroundProcess quitting("/usr/bin/flock", {lockPath(), "sleep", "2"}, options());
+    const std::string lock = home / "com.vigilmoth.app/vigilmoth.lock";
+    std::filesystem::create_directories(home.path() / "com.vigilmoth.app");
+    BackgroundProcess quitting("/usr/bin/flock", {lock, "sleep", "2"}, options);
     auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    int probe = ::open(lockPath().c_str(), O_RDWR | O_CREAT, 0600);
+    int probe = ::open(lock.c_str(), O_RDWR | O_CREAT, 0600);
     while (::flock(probe, LOCK_EX | LOCK_NB) == 0) {
         ::flock(probe, LOCK_UN);
         ASSERT_LT(std::chrono::steady_clock::now(), deadline);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     ::close(probe);
+    runCopy({}, [] {});
+}
 
-    BackgroundProcess next(VIGILMOTH_EXECUTABLE, {}, options());
-    EXPECT_TRUE(next.waitForOutput("vigilmoth is running", 10)) << next.output();
-    next.signal(SIGTERM);
-    EXPECT_EQ(next.wait(), 0);
+// A stand-in for the other copy, gone from poll `goneAtPoll` on (0: never there, -1: for ever).
+struct Coordination {
+    int goneAtPoll, polls = 0, sleeps = 0, posts = 0;
+    double slept = 0;
+    std::vector<int> activated;
+
+    bool anotherCopyStaysRunning() {
+        return Main::anotherCopyStaysRunning(
+            {.otherCopies =
+                 [this] {
+                     ++polls;
+                     return goneAtPoll < 0 || polls < goneAtPoll ? std::vector<int>{4242, 4343}
+                                                                 : std::vector<int>{};
+                 },
+             .postShowPreferences = [this] { ++posts; },
+             .activate = [this](int pid) { activated.push_back(pid); },
+             .sleep =
+                 [this](double seconds) {
+                     slept += seconds;
+                     ++sleeps;
+                 }});
+    }
+};
+
+TEST(SingleCopyCheckTest, HandsOverOnlyAfterFiveSecondsOfPolling) {
+    Coordination forever{-1};
+    EXPECT_TRUE(forever.anotherCopyStaysRunning());
+    EXPECT_EQ(forever.polls, 21 + 1) << "21 polls, then one more to find the copy to activate";
+    EXPECT_EQ(std::tuple(forever.sleeps, forever.slept, forever.posts), std::tuple(20, 5.0, 1));
+    EXPECT_EQ(forever.activated, (std::vector<int>{4242}));
+    // Started at once when the other copy is gone by any of the polls.
+    for (const auto& [goneAtPoll, sleeps] : {std::pair{0, 0}, {2, 1}, {21, 20}}) {
+        SCOPED_TRACE(goneAtPoll);
+        Coordination gone{goneAtPoll};
+        EXPECT_FALSE(gone.anotherCopyStaysRunning());
+        EXPECT_EQ(std::tuple(gone.sleeps, gone.posts, gone.activated.size()),
+                  std::tuple(sleeps, 0, 0u));
+    }
 }
 
 }  // namespace

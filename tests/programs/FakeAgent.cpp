@@ -1,12 +1,11 @@
 // Plays an agent that runs hooks. Usage: FakeAgent <plan.json>, where the plan holds "name"
 // (the program name the agent runs under), "hook" (the hook executable), "folder" (the state
-// folder) and "runs": each with "args", "input" (or "inputFile" for bytes that are not text)
-// and "via" ("shell" runs the hook through
-// /bin/sh -c as Claude Code does, "direct" spawns it as the plugin scripts do, "helper" through
-// a child process of another name). After each run it prints one JSON line with the hook's exit
-// status and every file of the state folder; first it prints its own pid and census start time.
-// With "parallel" it starts every run at once and reports once; with "plantLink" it first plants
-// a symbolic link to that path where its state file will go.
+// folder) and "runs": each with "args", "input" (or "inputFile" for bytes that are not text) and
+// "via" ("shell" runs the hook through /bin/sh -c as Claude Code does, "direct" spawns it as the
+// plugin scripts do, "helper" through a child process of another name). After each run it prints
+// one JSON line with the hook's exit status and every file of the state folder; first it prints its
+// own pid and census start time. With "parallel" it starts every run at once and reports once; with
+// "plantLink" it first plants a symbolic link to that path where its state file will go.
 #include <sys/wait.h>
 #include <unistd.h>
 #include <csignal>
@@ -99,20 +98,14 @@ int finish(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-int runOne(const std::vector<std::string>& words, const std::string& input, bool renamed) {
-    return finish(start(words, input, renamed));
-}
-
 json folderContents(const std::string& folder) {
     json files = json::object();
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
         std::string name = entry.path().filename().string();
-        if (entry.is_symlink()) {
-            files[name] = "-> " + std::filesystem::read_symlink(entry.path()).string();
-        } else {
-            files[name] = readAll(entry.path().string());
-        }
+        files[name] = entry.is_symlink()
+                          ? "-> " + std::filesystem::read_symlink(entry.path()).string()
+                          : readAll(entry.path().string());
     }
     return files;
 }
@@ -135,7 +128,7 @@ int main(int argc, char** argv) {
         std::vector<std::string> hook(argv + 3, argv + argc);
         std::string input((std::istreambuf_iterator<char>(std::cin)),
                           std::istreambuf_iterator<char>());
-        return runOne(hook, input, false);
+        return finish(start(hook, input, false));
     }
     json plan = json::parse(readAll(planPath));
     std::string name = plan["name"];
@@ -158,9 +151,8 @@ int main(int argc, char** argv) {
     if (plan.value("parallel", false)) {
         // All at once, as Claude Code starts some of its hooks.
         std::vector<pid_t> children;
-        for (const auto& run : plan["runs"]) {
+        for (const auto& run : plan["runs"])
             children.push_back(start(command(plan, run, self, planPath), inputOf(run), false));
-        }
         json statuses = json::array();
         for (pid_t child : children)
             statuses.push_back(finish(child));
@@ -169,7 +161,7 @@ int main(int argc, char** argv) {
     }
     for (const auto& run : plan["runs"]) {
         bool helper = run["via"] == "helper";
-        report(runOne(command(plan, run, self, planPath), inputOf(run), helper));
+        report(finish(start(command(plan, run, self, planPath), inputOf(run), helper)));
     }
     return 0;
 }

@@ -22,18 +22,6 @@ namespace {
 
 using namespace testing;
 
-constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher";
-constexpr const char* kWatcherPath = "/StatusNotifierWatcher";
-
-bool eventually(const std::function<bool()>& done, double seconds = 60) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    return true;
-}
-
 // vigilmoth's blocking locks (or all), as "what why", sorted: logind promises no order.
 std::vector<std::string> locks(sd_bus* system, bool all = false) {
     std::vector<std::string> found;
@@ -96,12 +84,6 @@ protected:
                                {"DBUS_SESSION_BUS_ADDRESS", session.address().address}};
     }
 
-    void startWatcher() {
-        session.startMock(kWatcher, kWatcherPath, kWatcher);
-        session.mock(kWatcher, kWatcherPath, "AddMethod", "sssss", "", "RegisterStatusNotifierItem",
-                     "s", "", "");
-    }
-
     // Writes the stand-in's hook state file as the hook would after an event of the agent.
     void report(int pid, const std::string& state) {
         const auto row = SystemProcessCensus().row(pid);
@@ -130,15 +112,12 @@ struct Step {
 };
 
 TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
-    startWatcher();
+    session.startTrayWatcher();
     ProcessTree agent({{1, -1, "bin/droid", {"droid"}, home / "work"}});
     BackgroundProcess app(VIGILMOTH_EXECUTABLE, {}, options);
     ASSERT_TRUE(app.waitForOutput("vigilmoth is running", 30)) << app.output();
     std::vector<std::string> items;
-    ASSERT_TRUE(eventually([&] {
-        items = session.firstArguments(kWatcher, kWatcherPath, "RegisterStatusNotifierItem");
-        return !items.empty();
-    }));
+    ASSERT_TRUE(eventually([&] { return !(items = session.trayRegistrations()).empty(); }, 60));
     const auto item = items.front();
     const auto autostart = home / ".config/autostart/vigilmoth.desktop";
 
@@ -170,24 +149,25 @@ TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
         if (!step.click.empty()) {
             DBusTestBus::MenuLines lines;
             // The menu follows the state within a second.
-            ASSERT_TRUE(eventually([&] {
-                lines = session.menuLayout(item, "/MenuBar");
-                return std::any_of(lines.begin(), lines.end(), [](const auto& line) {
-                    return line.first.rfind("Droid · work — ", 0) == 0;
-                });
-            })) << "the agent's row among "
-                << lines.size() << " lines";
+            ASSERT_TRUE(eventually(
+                [&] {
+                    lines = session.menuLayout(item, "/MenuBar");
+                    return std::any_of(lines.begin(), lines.end(), [](const auto& line) {
+                        return line.first.rfind("Droid · work — ", 0) == 0;
+                    });
+                },
+                60))
+                << "the agent's row among " << lines.size() << " lines";
             ASSERT_TRUE(lines.contains(step.click));
-            ASSERT_GE(sd_bus_call_method(session.client(), item.c_str(), "/MenuBar",
-                                         "com.canonical.dbusmenu", "Event", nullptr, nullptr,
-                                         "isvu", lines[step.click], "clicked", "s", "", 0u),
-                      0);
+            session.click(item, "/MenuBar", lines[step.click]);
         }
-        EXPECT_TRUE(eventually([&] {
-            return locks(system.client()) == step.locks && notices(session) == step.notices &&
-                   std::filesystem::exists(autostart) == step.atLogin;
-        })) << locks(system.client()).size()
-            << " locks, " << notices(session).size() << " notices";
+        EXPECT_TRUE(eventually(
+            [&] {
+                return locks(system.client()) == step.locks && notices(session) == step.notices &&
+                       std::filesystem::exists(autostart) == step.atLogin;
+            },
+            60))
+            << locks(system.client()).size() << " locks, " << notices(session).size() << " notices";
     }
 
     app.signal(SIGTERM);
@@ -212,7 +192,7 @@ TEST_F(LinuxApplicationTest, SmokeTestReportsOnTheTraySteps) {
           Case{true, 0, {}}}) {
         SCOPED_TRACE(watcher);
         // The watcher comes in the second run and stays.
-        if (watcher) startWatcher();
+        if (watcher) session.startTrayWatcher();
         ProcessTree agent({{1, -1, "bin/droid", {"droid"}, home / "work"}});
         const auto result = runVigilmoth({"--smoke-test", "10"}, options);
         EXPECT_EQ(result.status, status) << result.out;

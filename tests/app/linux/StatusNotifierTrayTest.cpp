@@ -1,7 +1,6 @@
-// Show that the tray registers with the desktop's StatusNotifierWatcher, serves the panel as a
-// dbusmenu that a host reads with GetLayout, turns a click into the item's command, gives up
-// and takes back its place when hidden and shown, and stays away, saying so once, when the
-// desktop has no watcher.
+// The tray registers with the desktop's StatusNotifierWatcher, serves the panel as a dbusmenu,
+// turns a click into its command, gives up and takes back its place when hidden and shown, and
+// stays away, saying so once, without a watcher.
 #include "app/linux/StatusNotifierTray.h"
 
 #include <gtest/gtest.h>
@@ -18,8 +17,6 @@
 namespace vigilmoth {
 namespace {
 
-constexpr const char* kWatcher = StatusNotifierTray::kWatcher;
-constexpr const char* kWatcherPath = "/StatusNotifierWatcher";
 const Date now(1'699'992'000);
 
 // The application's loop on a thread of its own, so that the test's blocking calls are
@@ -27,9 +24,7 @@ const Date now(1'699'992'000);
 class StatusNotifierTrayTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        bus.startMock(kWatcher, kWatcherPath, kWatcher);
-        bus.mock(kWatcher, kWatcherPath, "AddMethod", "sssss", "", "RegisterStatusNotifierItem",
-                 "s", "", "");
+        bus.startTrayWatcher();
         int code = 0;
         appBus = AsioBus::open(context, bus.address(), code);
         ASSERT_TRUE(appBus);
@@ -55,14 +50,9 @@ protected:
         });
         done.get_future().wait();
     }
-    // The services RegisterStatusNotifierItem was called with, in order.
-    std::vector<std::string> registrations() {
-        return bus.firstArguments(kWatcher, kWatcherPath, "RegisterStatusNotifierItem");
-    }
     testing::DBusTestBus::MenuLines layout(std::uint32_t& revision) {
         return bus.menuLayout(tray->busName(), StatusNotifierTray::kMenuPath, &revision);
     }
-    bool owned(const std::string& name) { return bus.owned(name); }
 
     testing::DBusTestBus bus;
     asio::io_context context;
@@ -82,8 +72,8 @@ ShellMenuInput working(ReportedState state) {
     return {MenuModel::state(input, now), AwakeMode::agentWorking, {}};
 }
 
-TEST_F(StatusNotifierTrayTest, ServesThePanelAsAMenuAndTurnsAClickIntoItsCommand) {
-    EXPECT_EQ(registrations(), std::vector<std::string>{tray->busName()});
+TEST_F(StatusNotifierTrayTest, ServesThePanelTurnsAClickIntoItsCommandAndHides) {
+    EXPECT_EQ(bus.trayRegistrations(), std::vector<std::string>{tray->busName()});
     onLoop([&] { tray->update(working(ReportedState::working), {}, "vigilmoth: awake"); });
     // The robot comes as ARGB pixels of the size it claims.
     const auto icon = StatusNotifierTray::readIcon(bus.client(), tray->busName());
@@ -93,10 +83,7 @@ TEST_F(StatusNotifierTrayTest, ServesThePanelAsAMenuAndTurnsAClickIntoItsCommand
     auto lines = layout(first);
     EXPECT_EQ(lines.count("Claude Code — Working for 5 minutes"), 1u);
     const auto pause = lines["Pause for 1 hour"];
-    ASSERT_GE(sd_bus_call_method(bus.client(), tray->busName().c_str(),
-                                 StatusNotifierTray::kMenuPath, "com.canonical.dbusmenu", "Event",
-                                 nullptr, nullptr, "isvu", pause, "clicked", "s", "", 0u),
-              0);
+    bus.click(tray->busName(), StatusNotifierTray::kMenuPath, pause);
     auto command = clicked.get_future();
     ASSERT_EQ(command.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     EXPECT_EQ(command.get(), ShellCommand::panel(PanelAction::pause(PauseChoice::oneHour)));
@@ -107,17 +94,15 @@ TEST_F(StatusNotifierTrayTest, ServesThePanelAsAMenuAndTurnsAClickIntoItsCommand
     EXPECT_GT(second, first);
     EXPECT_EQ(lines["Pause for 1 hour"], pause);
     EXPECT_EQ(lines.count("Claude Code — Waiting for your answer for 5 minutes"), 1u);
-}
-
-TEST_F(StatusNotifierTrayTest, HidingGivesUpTheItemAndShowingRegistersItAgain) {
-    bool shown = false;
-    onLoop([&] { shown = tray->setShown(false); });
-    EXPECT_TRUE(shown);
-    EXPECT_FALSE(owned(tray->busName()));
-    onLoop([&] { shown = tray->setShown(true); });
-    EXPECT_TRUE(shown);
-    EXPECT_TRUE(owned(tray->busName()));
-    EXPECT_EQ(registrations(), (std::vector<std::string>{tray->busName(), tray->busName()}));
+    // Hiding gives up the item and showing registers it again.
+    for (const bool show : {false, true}) {
+        bool shown = false;
+        onLoop([&] { shown = tray->setShown(show); });
+        EXPECT_TRUE(shown);
+        EXPECT_EQ(bus.owned(tray->busName()), show);
+    }
+    EXPECT_EQ(bus.trayRegistrations(),
+              (std::vector<std::string>{tray->busName(), tray->busName()}));
 }
 
 TEST(StatusNotifierTrayAloneTest, WithoutAWatcherThereIsNoTrayAndOneLogLine) {
@@ -126,15 +111,12 @@ TEST(StatusNotifierTrayAloneTest, WithoutAWatcherThereIsNoTrayAndOneLogLine) {
     int code = 0;
     auto appBus = AsioBus::open(context, bus.address(), code);
     ASSERT_TRUE(appBus);
-    std::vector<std::string> said;
-    setLogSink(
-        [&](LogLevel, std::string_view, std::string_view message) { said.emplace_back(message); });
-    const auto tray = StatusNotifierTray::start(context, *appBus, [](const ShellCommand&) {});
-    setLogSink(nullptr);
-    EXPECT_EQ(tray, nullptr);
-    EXPECT_EQ(said, std::vector<std::string>{
-                        "vigilmoth runs without a tray icon, because no StatusNotifierWatcher is "
-                        "on the session bus to show one."});
+    testing::CapturedLog log;
+    EXPECT_EQ(StatusNotifierTray::start(context, *appBus, [](const ShellCommand&) {}), nullptr);
+    EXPECT_EQ(log.lines,
+              std::vector<std::string>{
+                  "vigilmoth runs without a tray icon, because no StatusNotifierWatcher is "
+                  "on the session bus to show one."});
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Show that the terminal view writes the headline and a line per agent and session once, cut to
-// the terminal's width, and on a change moves up over exactly those lines to write the new ones.
+// The terminal view writes the headline and a line per agent and session once, cut to the
+// terminal's width, and on a change moves up over exactly those lines to write the new ones.
 #include "app/linux/TerminalView.h"
 
 #include <fcntl.h>

@@ -1,5 +1,4 @@
-// Show that recordings are found running and marked through the recording lock, taken for real
-// by another process.
+// A recording runs, and takes marks, only while another process really holds its lock.
 #include "app/posix/SystemRecordingLock.h"
 
 #include <gtest/gtest.h>
@@ -12,49 +11,40 @@ namespace vigilmoth {
 namespace {
 
 using namespace testing;
+using Probe = RecordingLocking::Probe;
 
-TEST(SystemRecordingLockTest, ARecordingRunsOnlyWhileAnotherProcessHoldsItsLock) {
+TEST(SystemRecordingLockTest, ARecordingRunsAndTakesMarksOnlyWhileAnotherProcessHoldsItsLock) {
     TemporaryFolder folder;
     SystemRecordingLock lock;
-    std::string path = folder / "run.jsonl";
-    writeFile(path, "");
-    EXPECT_EQ(lock.probe(folder / "none.jsonl"), RecordingLocking::Probe::unavailable);
-    EXPECT_EQ(lock.probe(path), RecordingLocking::Probe::notRunning);
-    EXPECT_EQ(LabRecorder::runningRecording(folder.path().string(), lock), std::nullopt);
-    {
-        BackgroundProcess holder(testProgram("hold_flock"), {path});
-        ASSERT_TRUE(holder.waitForOutput("locked"));
-        EXPECT_EQ(lock.probe(path), RecordingLocking::Probe::running);
-        EXPECT_EQ(LabRecorder::runningRecording(folder.path().string(), lock), path);
-    }
-    // The lock dies with its holder, and probing never leaves a lock behind.
-    EXPECT_EQ(lock.probe(path), RecordingLocking::Probe::notRunning);
-    EXPECT_EQ(lock.probe(path), RecordingLocking::Probe::notRunning);
-}
-
-TEST(SystemRecordingLockTest, AppendingAMarkNeedsARunningRecording) {
-    TemporaryFolder folder;
-    SystemRecordingLock lock;
-    std::string path = folder / "run.jsonl";
-    LabMark mark{.at = Date(1767225600.25), .agent = "codex", .truth = LabTruth::working};
-    auto thrown = [&](const std::string& target) -> std::optional<LabError> {
+    const std::string path = folder / "run.jsonl";
+    const LabMark mark{.at = Date(1767225600.25), .agent = "codex", .truth = LabTruth::working};
+    auto thrown = [&]() -> std::optional<LabError> {
         try {
-            LabRecorder::appendMark(mark, target, lock);
+            LabRecorder::appendMark(mark, path, lock);
         } catch (const LabError& error) {
             return error;
         }
         return std::nullopt;
     };
-    EXPECT_EQ(thrown(path), LabError::cannotWrite(path));
+    EXPECT_EQ(thrown(), LabError::cannotWrite(path));
     writeFile(path, "");
-    EXPECT_EQ(thrown(path), LabError::noRecording());
+    EXPECT_EQ(lock.probe(folder / "none.jsonl"), Probe::unavailable);
+    EXPECT_EQ(lock.probe(path), Probe::notRunning);
+    EXPECT_EQ(LabRecorder::runningRecording(folder.path().string(), lock), std::nullopt);
+    EXPECT_EQ(thrown(), LabError::noRecording());
     EXPECT_EQ(readFile(path), "");
-
-    BackgroundProcess holder(testProgram("hold_flock"), {path});
-    ASSERT_TRUE(holder.waitForOutput("locked"));
-    EXPECT_EQ(thrown(path), std::nullopt);
-    EXPECT_EQ(readFile(path),
-              "{\"mark\":{\"agent\":\"codex\",\"at\":1767225600.25,\"truth\":\"working\"}}\n");
+    {
+        BackgroundProcess holder(testProgram("hold_flock"), {path});
+        ASSERT_TRUE(holder.waitForOutput("locked"));
+        EXPECT_EQ(lock.probe(path), Probe::running);
+        EXPECT_EQ(LabRecorder::runningRecording(folder.path().string(), lock), path);
+        EXPECT_EQ(thrown(), std::nullopt);
+        EXPECT_EQ(readFile(path),
+                  "{\"mark\":{\"agent\":\"codex\",\"at\":1767225600.25,\"truth\":\"working\"}}\n");
+    }
+    // The lock dies with its holder, and probing never leaves a lock behind.
+    EXPECT_EQ(lock.probe(path), Probe::notRunning);
+    EXPECT_EQ(lock.probe(path), Probe::notRunning);
 }
 
 }  // namespace

@@ -26,6 +26,8 @@ constexpr const char* kConfiguration = R"(<!DOCTYPE busconfig PUBLIC
 )";
 
 constexpr const char* kMockInterface = "org.freedesktop.DBus.Mock";
+constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher";
+constexpr const char* kWatcherPath = "/StatusNotifierWatcher";
 
 void readLayout(sd_bus_message* message, DBusTestBus::MenuLines& lines) {
     std::int32_t id = 0;
@@ -83,39 +85,27 @@ ProcessOptions DBusTestBus::environment() const {
 
 void DBusTestBus::startTemplate(const std::string& name, const std::string& busName,
                                 const std::string& parameters) {
-    services_.push_back(std::make_unique<BackgroundProcess>(
-        "/usr/bin/python3",
-        std::vector<std::string>{"-m", "dbusmock", "--logfile", folder_ / (name + ".log"),
-                                 "--template", name, "--parameters", parameters},
-        environment()));
-    waitForName(busName);
+    serve(busName, {"--template", name, "--parameters", parameters});
 }
 
 void DBusTestBus::startMock(const std::string& busName, const std::string& path,
                             const std::string& interface) {
-    services_.push_back(std::make_unique<BackgroundProcess>(
-        "/usr/bin/python3",
-        std::vector<std::string>{"-m", "dbusmock", "--logfile", folder_ / (busName + ".log"),
-                                 busName, path, interface},
-        environment()));
-    waitForName(busName);
+    serve(busName, {busName, path, interface});
 }
 
-void DBusTestBus::waitForName(const std::string& busName) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (std::chrono::steady_clock::now() < deadline) {
-        sd_bus_message* reply = nullptr;
-        if (sd_bus_call_method(client(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                               "org.freedesktop.DBus", "NameHasOwner", nullptr, &reply, "s",
-                               busName.c_str()) >= 0) {
-            int owned = 0;
-            sd_bus_message_read(reply, "b", &owned);
-            sd_bus_message_unref(reply);
-            if (owned) return;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    throw std::runtime_error("the mock of " + busName + " did not start");
+void DBusTestBus::startTrayWatcher() {
+    startMock(kWatcher, kWatcherPath, kWatcher);
+    mock(kWatcher, kWatcherPath, "AddMethod", "sssss", "", "RegisterStatusNotifierItem", "s", "",
+         "");
+}
+
+void DBusTestBus::serve(const std::string& busName, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(),
+                     {"-m", "dbusmock", "--logfile", folder_ / (busName + ".log")});
+    services_.push_back(
+        std::make_unique<BackgroundProcess>("/usr/bin/python3", arguments, environment()));
+    if (!eventually([&] { return owned(busName); }, 30))
+        throw std::runtime_error("the mock of " + busName + " did not start");
 }
 
 void DBusTestBus::mock(const std::string& busName, const std::string& path, const char* method,
@@ -150,6 +140,10 @@ std::vector<std::string> DBusTestBus::firstArguments(const std::string& busName,
         sd_bus_message_exit_container(reply);
     }
     return arguments;
+}
+
+std::vector<std::string> DBusTestBus::trayRegistrations() {
+    return firstArguments(kWatcher, kWatcherPath, "RegisterStatusNotifierItem");
 }
 
 std::vector<std::pair<std::uint32_t, std::vector<std::string>>> DBusTestBus::notifyCalls() {
@@ -200,10 +194,40 @@ DBusTestBus::MenuLines DBusTestBus::menuLayout(const std::string& busName, const
     return lines;
 }
 
+void DBusTestBus::click(const std::string& busName, const std::string& path, std::int32_t id) {
+    ASSERT_GE(sd_bus_call_method(client(), busName.c_str(), path.c_str(), "com.canonical.dbusmenu",
+                                 "Event", nullptr, nullptr, "isvu", id, "clicked", "s", "", 0u),
+              0);
+}
+
 bool DBusTestBus::owned(const std::string& name) {
     return sd_bus_call_method(client(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
                               "org.freedesktop.DBus", "GetNameOwner", nullptr, nullptr, "s",
                               name.c_str()) >= 0;
+}
+
+bool eventually(const std::function<bool()>& done, double seconds, asio::io_context* loop) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        if (loop) {
+            loop->run_for(std::chrono::milliseconds(20));
+        } else {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    }
+    return true;
+}
+
+CapturedLog::CapturedLog() {
+    setLogSink([this](LogLevel level, std::string_view, std::string_view line) {
+        lines.emplace_back(line);
+        if (level == LogLevel::error) errors.emplace_back(line);
+    });
+}
+
+CapturedLog::~CapturedLog() {
+    setLogSink(nullptr);
 }
 
 }  // namespace vigilmoth::testing

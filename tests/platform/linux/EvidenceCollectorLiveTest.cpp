@@ -1,5 +1,5 @@
-// Show the collector over the real /proc: a stand-in Codex whose shell child burns CPU is seen
-// with a busy child command, and the rollout it holds open is its own.
+// Over the real /proc, a stand-in Codex whose shell child burns CPU has a busy child command, and
+// the rollout it holds open is its own.
 #include <gtest/gtest.h>
 
 #include <chrono>

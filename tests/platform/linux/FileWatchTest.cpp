@@ -1,6 +1,6 @@
-// Show that a watched file's changes reach the handler once each, within half a second, on the
-// application's event loop: written, appended, replaced by a rename, deleted, created again,
-// its folder removed and brought back; and that a folder watch sees entries come and go.
+// A watched file's changes reach the handler once each, within half a second, on the event loop:
+// written, appended, replaced by a rename, deleted, created again, its folder removed and back;
+// a folder watch sees entries come; the engine's watcher wakes on a watched write and exit.
 #include "platform/linux/FileWatch.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,8 @@
 #include <chrono>
 #include <fstream>
 
-#include "support/TestSupport.h"
+#include "platform/linux/SystemDetectionWatcher.h"
+#include "support/ProcessTree.h"
 
 namespace vigilmoth {
 namespace {
@@ -77,6 +78,32 @@ TEST(FileWatchTest, EachChangeReachesTheHandlerOnceWithinHalfASecond) {
     watch.cancel();
     testing::writeFile(path, "{}\n");
     EXPECT_TRUE(eventsAfter(loop, events, 0.2).first.empty()) << "nothing after cancel";
+}
+
+TEST(FileWatchTest, TheDetectionWatcherWakesOnAWatchedWriteAndAnExit) {
+    testing::TemporaryFolder root;
+    const std::string path = root / "rollout.jsonl";
+    testing::writeFile(path, "{}\n");
+    auto tree = std::make_unique<testing::ProcessTree>(
+        std::vector<testing::PlannedProcess>{{1, -1, "bin/codex", {"codex"}}});
+    const auto row = SystemProcessCensus().row(tree->pid(1));
+    ASSERT_TRUE(row);
+    asio::io_context loop;
+    SystemDetectionWatcher watcher(loop);
+    int events = 0;
+    watcher.watch({path}, {ProcessIdentity::of(*row)}, [&] { ++events; });
+    loop.run_for(std::chrono::milliseconds(100));
+    for (const auto& [name, change] : std::vector<std::pair<const char*, std::function<void()>>>{
+             {"a write", [&] { std::ofstream(path, std::ios::app) << "{}\n"; }},
+             {"an exit", [&] { tree.reset(); }}}) {
+        SCOPED_TRACE(name);
+        events = 0;
+        change();
+        const auto deadline = Clock::now() + std::chrono::seconds(10);
+        while (events == 0 && Clock::now() < deadline)
+            loop.run_for(std::chrono::milliseconds(10));
+        EXPECT_GT(events, 0);
+    }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Show that a step of the wall clock, which moves the boot time /proc/stat reports, leaves
-// hook state files written before and after it with their live process, and deletes none.
+// A step of the wall clock, which moves the boot time in /proc/stat, leaves hook state files
+// written before and after it with their live process, and deletes none.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -53,8 +53,7 @@ TEST(HookStateBootStepTest, FilesFromBeforeAndAfterAStepStayWithTheirProcess) {
     testing::CountingFileAccess files;
     HookStateReader reader(files, hooks);
     auto states = reader.states(*census.snapshot(), now, 60, 1800);
-    EXPECT_EQ(states.size(), 2u);
-    EXPECT_TRUE(states.contains(tree.pid(0)) && states.contains(tree.pid(1)));
+    EXPECT_TRUE(states.size() == 2 && states.contains(tree.pid(0)) && states.contains(tree.pid(1)));
     EXPECT_TRUE(files.removed.empty());
 }
 

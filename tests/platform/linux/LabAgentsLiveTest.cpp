@@ -1,6 +1,5 @@
-// Show that real processes shaped like agents are recognised through the live census and by the
-// real `vigilmoth --lab-agents`: one line per running agent, parents and children grouped, and a
-// namesake that is not an agent left out.
+// Real processes shaped like agents are recognised by the live census and the real `vigilmoth
+// --lab-agents`: one line per agent, parents and children grouped, a namesake left out.
 #include "lab/LabAgents.h"
 
 #include <gtest/gtest.h>
@@ -72,26 +71,19 @@ std::vector<std::string> linesAbout(const std::string& output, const ProcessTree
     return result;
 }
 
-TEST(LabAgentsLiveTest, TheLiveCensusFindsAgentsStartedForReal) {
+TEST(LabAgentsLiveTest, TheLiveCensusAndTheRealExecutableFindAgentsStartedForReal) {
     ProcessTree tree(kAgents);
-    SystemProcessCensus census;
-    auto rows = census.snapshot();
+    auto rows = SystemProcessCensus().snapshot();
     ASSERT_TRUE(rows);
     std::unordered_map<int32_t, AgentMatch> matches;
-    for (const auto& row : *rows) {
+    for (const auto& row : *rows)
         if (auto match = AgentCatalog::standard().match(row)) matches.emplace(row.pid, *match);
-    }
     EXPECT_FALSE(matches.contains(tree.pid(10))) << "goose up runs database migrations";
     EXPECT_FALSE(matches.contains(tree.pid(2)));
     auto text = LabAgents::describe(AgentInstances::of(*rows, matches));
     EXPECT_EQ(linesAbout(text, tree), expectedLines(tree));
-}
-
-TEST(LabAgentsLiveTest, TheRealExecutablePrintsOneLinePerAgent) {
-    ProcessTree tree(kAgents);
     auto result = testing::runVigilmoth({"--lab-agents"});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(std::pair(result.status, result.err), std::pair(0, std::string()));
     EXPECT_EQ(linesAbout(result.out, tree), expectedLines(tree));
 }
 

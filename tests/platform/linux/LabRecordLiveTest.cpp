@@ -1,6 +1,6 @@
-// Show --lab-record for real: vigilmoth records five stand-in agents in a temporary home for a
-// minute while the test plays their parts (a transcript's tool call and turn end, a rollout's turn,
-// a busy child that stops, an exit) and marks the truth; the file replays as it was decided live.
+// --lab-record for real: vigilmoth records stand-in agents in a temporary home for a minute while
+// the test plays their parts (a transcript's tool call and turn end, a rollout's turn, a busy
+// child that stops, an exit) and marks the truth; the file replays as it was decided live.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -8,6 +8,7 @@
 #include <chrono>
 #include <ctime>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
 #include "base/Calendar.h"
@@ -56,12 +57,12 @@ public:
         }
         return "";
     }
-    // Passes over the lines printed so far and returns the next one, printed just now.
-    std::string fresh() {
+    // Passes over the lines printed so far and returns the next one, printed within `seconds`.
+    std::string fresh(double seconds = 30) {
         process_.waitForOutput("\n\n", 0.01);
         while (!next(0).empty()) {
         }
-        return next();
+        return next(seconds);
     }
     // Seconds between the last line read and the one before it.
     double lastSpacing() const {
@@ -99,8 +100,8 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
         home / (".claude/projects/" + ClaudeTranscriptReader::projectName(cwd) + "/s.jsonl");
     std::filesystem::create_directories(std::filesystem::path(transcript).parent_path());
     std::vector<std::string> claude;
-    std::ifstream fixtureFile(fixture("claude-transcripts/spotter-short.jsonl"));
-    for (std::string line; std::getline(fixtureFile, line);)
+    std::istringstream fixtureLines(readFile(fixture("claude-transcripts/spotter-short.jsonl")));
+    for (std::string line; std::getline(fixtureLines, line);)
         claude.push_back(line);
     append(transcript, claude, 1, 5);
     std::filesystem::last_write_time(
@@ -173,8 +174,7 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     recorder.process().signal(SIGINT);
     EXPECT_EQ(recorder.process().wait(30), 0);
     EXPECT_NE(recorder.process().output().find("Stopped after "), std::string::npos);
-    while (!recorder.next(0).empty()) {
-    }
+    recorder.fresh(0);
     // Once the busy child had stopped, the agent had worked recently.
     auto& lines = recorder.lines();
     auto working = std::find_if(lines.begin(), lines.end(), contains(busy));

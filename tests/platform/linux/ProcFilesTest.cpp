@@ -1,55 +1,53 @@
-// Show that each /proc file reader takes what it needs from captured text, including names
-// with spaces and parentheses and padded argument vectors, and reads nothing from mangled text.
+// Each /proc file reader takes what it needs from captured text, including names with spaces and
+// parentheses and padded argument vectors, and reads nothing from mangled text.
 #include "platform/linux/ProcFiles.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
+#include "support/FuzzInput.h"
 #include "support/TestSupport.h"
 
 namespace vigilmoth {
 namespace {
+
+using Words = std::vector<std::string>;
 
 std::string captured(const std::string& name) {
     return testing::readFile(testing::fixture("proc/" + name));
 }
 
 TEST(ProcFilesTest, ReadsStatFiles) {
-    auto stat = ProcFiles::parseStat(captured("sleep-stat"));
-    ASSERT_TRUE(stat);
-    EXPECT_EQ(stat->pid, 19299);
-    EXPECT_EQ(stat->name, "sleep");
-    EXPECT_EQ(stat->state, 'S');
-    EXPECT_EQ(stat->ppid, 19296);
-    EXPECT_EQ(stat->pgid, 19296);
-    EXPECT_EQ(stat->ttyNumber, 0);
-    EXPECT_EQ(stat->tpgid, -1);
-    EXPECT_EQ(stat->startTicks, 94970u);
-    EXPECT_EQ(stat->threads, 1u);
-    EXPECT_EQ(stat->flags, 4194304u);
-
+    struct Case {
+        std::string text, name;
+        char state;
+        int pid, ppid, pgid, tty, tpgid;
+        uint64_t userTicks, systemTicks, startTicks, threads;
+        bool kernelThread;
+    };
     // A process may name itself anything, parentheses and spaces included.
-    auto renamed = ProcFiles::parseStat(captured("renamed-stat"));
-    ASSERT_TRUE(renamed);
-    EXPECT_EQ(renamed->name, "a) b (c");
-    EXPECT_EQ(renamed->userTicks, 2u);
-    EXPECT_EQ(renamed->systemTicks, 0u);
-    EXPECT_EQ(renamed->startTicks, 94415u);
-
-    const std::string withTerminal =
-        "42 (zsh) Z 1 42 42 34816 -1 0 0 0 0 0 7 3 0 0 20 0 3 0 555 0 0";
-    auto zombie = ProcFiles::parseStat(withTerminal);
-    ASSERT_TRUE(zombie);
-    EXPECT_EQ(zombie->state, 'Z');
-    EXPECT_EQ(zombie->ttyNumber, 34816);
-    EXPECT_EQ(zombie->userTicks + zombie->systemTicks, 10u);
-    EXPECT_EQ(zombie->threads, 3u);
-    EXPECT_FALSE(ProcFiles::isKernelThread(*zombie));
-    auto kernelThread = ProcFiles::parseStat(
-        "10 (kworker/0:0H-kblockd) I 2 0 0 0 -1 69238880 0 0 0 0 0 13 0 0 0 -20 1 0 22 0 0");
-    ASSERT_TRUE(kernelThread);
-    EXPECT_TRUE(ProcFiles::isKernelThread(*kernelThread));
+    const Case cases[] = {
+        {captured("sleep-stat"), "sleep", 'S', 19299, 19296, 19296, 0, -1, 0, 0, 94970, 1, false},
+        {captured("renamed-stat"), "a) b (c", 'S', 19181, 19165, 19165, 0, -1, 2, 0, 94415, 1,
+         false},
+        {"42 (zsh) Z 1 42 42 34816 -1 0 0 0 0 0 7 3 0 0 20 0 3 0 555 0 0", "zsh", 'Z', 42, 1, 42,
+         34816, -1, 7, 3, 555, 3, false},
+        {"10 (kworker/0:0H-kblockd) I 2 0 0 0 -1 69238880 0 0 0 0 0 13 0 0 0 -20 1 0 22 0 0",
+         "kworker/0:0H-kblockd", 'I', 10, 2, 0, 0, -1, 0, 13, 22, 1, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto stat = ProcFiles::parseStat(c.text);
+        ASSERT_TRUE(stat);
+        EXPECT_EQ(std::tuple(stat->name, stat->state, stat->ttyNumber, stat->tpgid),
+                  std::tuple(c.name, c.state, c.tty, c.tpgid));
+        EXPECT_EQ(std::tuple(stat->userTicks, stat->systemTicks, stat->startTicks, stat->threads),
+                  std::tuple(c.userTicks, c.systemTicks, c.startTicks, c.threads));
+        EXPECT_EQ(std::tuple(stat->pid, stat->ppid, stat->pgid), std::tuple(c.pid, c.ppid, c.pgid));
+        EXPECT_EQ(ProcFiles::isKernelThread(*stat), c.kernelThread);
+    }
+    EXPECT_EQ(ProcFiles::parseStat(captured("sleep-stat"))->flags, 4194304u);
 }
 
 TEST(ProcFilesTest, ReadsTheSmallFiles) {
@@ -57,16 +55,12 @@ TEST(ProcFilesTest, ReadsTheSmallFiles) {
     EXPECT_EQ(ProcFiles::parseIoWrittenBytes(captured("sleep-io")), 0u);
     EXPECT_EQ(ProcFiles::parseIoWrittenBytes("rchar: 5\nwchar: 8622\nsyscr: 3\n"), 8622u);
     EXPECT_EQ(ProcFiles::parseBootTime(captured("boot-stat")), 1795251202);
-    EXPECT_EQ(ProcFiles::parseCommandLine(captured("sleep-cmdline")),
-              (std::vector<std::string>{"sleep", "300"}));
+    EXPECT_EQ(ProcFiles::parseCommandLine(captured("sleep-cmdline")), (Words{"sleep", "300"}));
     // Trailing empty strings are kept as the kernel gives them.
     auto padded = ProcFiles::parseCommandLine(captured("padded-cmdline"));
     ASSERT_EQ(padded.size(), 6u);
-    EXPECT_EQ(padded[3], "--title");
-    EXPECT_EQ(padded[4], "");
-    EXPECT_EQ(padded[5], "");
-    EXPECT_EQ(ProcFiles::parseCommandLine(std::string("a\0last", 6)),
-              (std::vector<std::string>{"a", "last"}));
+    EXPECT_EQ(Words(padded.begin() + 3, padded.end()), (Words{"--title", "", ""}));
+    EXPECT_EQ(ProcFiles::parseCommandLine(std::string("a\0last", 6)), (Words{"a", "last"}));
     EXPECT_TRUE(ProcFiles::parseCommandLine("").empty());
 }
 
@@ -84,34 +78,20 @@ TEST(ProcFilesTest, MalformedTextReadsAsNothing) {
         "42 (n) S 99999999999 1 1 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 5",
         "42 (n)S 1 1 1 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 5",
     };
-    for (const char* text : stats) {
-        SCOPED_TRACE(text);
-        EXPECT_FALSE(ProcFiles::parseStat(text));
-    }
-    EXPECT_FALSE(ProcFiles::parseSchedstat(""));
-    EXPECT_FALSE(ProcFiles::parseSchedstat("-1 2 3"));
-    EXPECT_FALSE(ProcFiles::parseSchedstat("12x 2 3"));
+    for (const char* text : stats)
+        EXPECT_FALSE(ProcFiles::parseStat(text)) << text;
+    // Stat text cut off before its start time holds too little to use.
+    const std::string text = captured("renamed-stat");
+    size_t needed = text.rfind(')');
+    for (int spaces = 0; spaces < 20 && needed < text.size(); ++needed)
+        spaces += text[needed + 1] == ' ';
+    for (size_t length = 0; length <= needed + 1; ++length)
+        EXPECT_FALSE(ProcFiles::parseStat(text.substr(0, length))) << length;
+    for (const char* schedstat : {"", "-1 2 3", "12x 2 3"})
+        EXPECT_FALSE(ProcFiles::parseSchedstat(schedstat)) << schedstat;
     EXPECT_FALSE(ProcFiles::parseIoWrittenBytes("rchar: 5\n"));
     EXPECT_FALSE(ProcFiles::parseIoWrittenBytes("wchar: lots\n"));
     EXPECT_FALSE(ProcFiles::parseBootTime("cpu 1 2 3\nbtime\n"));
-}
-
-// Stat text cut off before its start time holds too little to use.
-TEST(ProcFilesTest, TruncatedStatTextReadsAsNothing) {
-    std::string text = captured("renamed-stat");
-    size_t needed = 0;
-    for (int spaces = 0, index = static_cast<int>(text.rfind(')')) + 1;
-         index < static_cast<int>(text.size()); ++index) {
-        if (text[index] == ' ' && ++spaces == 20) {
-            needed = static_cast<size_t>(index);
-            break;
-        }
-    }
-    ASSERT_GT(needed, 0u);
-    for (size_t length = 0; length <= needed + 1; ++length) {
-        SCOPED_TRACE(length);
-        EXPECT_FALSE(ProcFiles::parseStat(text.substr(0, length)));
-    }
 }
 
 TEST(ProcFilesTest, RandomAndMutatedTextNeverCrashes) {
@@ -120,35 +100,16 @@ TEST(ProcFilesTest, RandomAndMutatedTextNeverCrashes) {
                                    captured("sleep-io"), captured("boot-stat"),
                                    captured("sleep-schedstat")};
     for (int round = 0; round < 4000; ++round) {
-        std::string text = sources[round % 5];
-        int edits = 1 + static_cast<int>(random() % 6);
-        for (int edit = 0; edit < edits && !text.empty(); ++edit) {
-            size_t at = random() % text.size();
-            switch (random() % 3) {
-                case 0:
-                    text[at] = static_cast<char>(random() % 256);
-                    break;
-                case 1:
-                    text.erase(at, 1 + random() % 8);
-                    break;
-                default:
-                    text.insert(at, 1, "() \n\0:-"[random() % 7]);
-            }
-        }
         // Mutations may leave valid text; what matters is that nothing breaks.
+        const std::string text = testing::mutatedText(sources[round % 5], random);
         (void)ProcFiles::parseStat(text);
         (void)ProcFiles::parseSchedstat(text);
         (void)ProcFiles::parseIoWrittenBytes(text);
         (void)ProcFiles::parseBootTime(text);
         (void)ProcFiles::parseCommandLine(text);
-    }
-    for (int round = 0; round < 2000; ++round) {
-        std::string noise(random() % 200, '\0');
-        for (auto& byte : noise)
-            byte = static_cast<char>(random() % 256);
-        EXPECT_FALSE(ProcFiles::parseStat(noise));
-        EXPECT_FALSE(ProcFiles::parseBootTime(noise));
-        EXPECT_FALSE(ProcFiles::parseIoWrittenBytes(noise));
+        const std::string noise = testing::randomBytes(random, 200);
+        EXPECT_FALSE(ProcFiles::parseStat(noise) || ProcFiles::parseBootTime(noise) ||
+                     ProcFiles::parseIoWrittenBytes(noise));
     }
 }
 

@@ -1,7 +1,6 @@
-// Show that real agents' process trees, captured on Linux and replayed as sleeping processes
-// with the same executable names and argument vectors, are recognised as they truly are: the
-// recorded agent of every process, the role its agent's exclusions give, one instance per
-// session.
+// Real agents' process trees, captured on Linux and replayed as sleeping processes with the same
+// executable names and argument vectors, are recognised as they are: each process's recorded
+// agent and role, one instance per session.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,9 +20,7 @@ using testing::PlannedProcess;
 using testing::ProcessTree;
 
 struct Record {
-    int pid = 0;
-    int ppid = 0;
-    std::string comm;
+    int pid = 0, ppid = 0;
     std::string executable;
     std::vector<std::string> arguments;
     std::string truth;  // the agent it belongs to; empty: none
@@ -66,8 +63,7 @@ std::map<std::string, std::vector<Record>> runs() {
         if (json.at("exe").is_null()) continue;
         result[json.at("run").get<std::string>()].push_back(
             {json.at("pid").get<int>(), json.at("ppid").get<int>(),
-             json.at("comm").get<std::string>(), json.at("exe").get<std::string>(),
-             json.at("argv").get<std::vector<std::string>>(),
+             json.at("exe").get<std::string>(), json.at("argv").get<std::vector<std::string>>(),
              json.at("agent").is_null() ? "" : json.at("agent").get<std::string>()});
     }
     return result;
@@ -109,8 +105,7 @@ TEST(RealProcessTreesTest, ReplayedTreesShowEveryProcessAsItIsAndOneInstancePerS
             const auto records = inState(all, n);
             SCOPED_TRACE(run + " state " + std::to_string(n));
             ProcessTree tree(plan(records));
-            SystemProcessCensus census;
-            auto rows = census.snapshot();
+            auto rows = SystemProcessCensus().snapshot();
             ASSERT_TRUE(rows);
             std::unordered_map<int32_t, AgentMatch> matches;
             std::map<int32_t, const ProcessInfoRow*> byPid;
@@ -118,7 +113,7 @@ TEST(RealProcessTreesTest, ReplayedTreesShowEveryProcessAsItIsAndOneInstancePerS
                 byPid[row.pid] = &row;
             for (size_t index = 0; index < records.size(); ++index) {
                 const Record& record = records[index];
-                SCOPED_TRACE(std::to_string(record.pid) + " " + record.comm);
+                SCOPED_TRACE(std::to_string(record.pid) + " " + record.executable);
                 auto row = byPid.find(tree.pid(static_cast<int>(index)));
                 ASSERT_NE(row, byPid.end());
                 EXPECT_EQ(row->second->executablePath,

@@ -1,6 +1,5 @@
-// Show that the host of an agent on Linux is the terminal emulator or editor whose terminal it
-// runs on: known by name, or found as the owner of the agent's terminal, through a tmux client,
-// and for real processes read from /proc.
+// An agent's host is the terminal emulator or editor whose terminal it runs on: known by name,
+// or the owner of the agent's terminal, through a tmux client, and for real processes.
 #include <gtest/gtest.h>
 
 #include "platform/linux/SystemAgentHosts.h"
@@ -31,67 +30,55 @@ ProcessInfoRow process(int32_t pid, int32_t ppid, std::string executable, int32_
 }
 
 TEST(SystemAgentHostsTest, FindsTheApplicationThatOwnsTheAgentsTerminal) {
-    const std::vector<ProcessInfoRow> session = {
-        process(2, 1, "/usr/lib/systemd/systemd"),
-    };
     struct Case {
         const char* name;
         std::vector<ProcessInfoRow> rows;  // the agent is pid 100
-        AgentDefinition::Kind kind = AgentDefinition::Kind::cli;
         std::optional<AgentHost> host;
+        AgentDefinition::Kind kind = AgentDefinition::Kind::cli;
     };
     const std::vector<Case> cases = {
         {"a known terminal",
          {process(10, 2, "/usr/libexec/gnome-terminal-server"), process(11, 10, "/bin/bash", 5),
           process(100, 11, "/opt/claude/claude.exe", 5)},
-         AgentDefinition::Kind::cli,
          AgentHost{.appPid = 10, .name = "GNOME Terminal", .tty = 5}},
         {"an editor's terminal, under its pty host",
          {process(10, 2, "/usr/share/code/code"), process(12, 10, "/usr/share/code/code"),
           process(11, 12, "/bin/bash", 5), process(100, 11, "/usr/bin/node", 5)},
-         AgentDefinition::Kind::cli,
          AgentHost{.appPid = 10, .name = "Visual Studio Code", .tty = 5}},
         {"a terminal not known by name owns the agent's terminal",
          {process(10, 2, "/opt/myterm/myterm", 3), process(11, 10, "/bin/zsh", 5),
           process(100, 11, "/usr/bin/codex", 5)},
-         AgentDefinition::Kind::cli,
          AgentHost{.appPid = 10, .name = "myterm", .tty = 5}},
         {"a remote login is no application",
          {process(10, 2, "/usr/sbin/sshd"), process(11, 10, "/bin/bash", 5),
           process(100, 11, "/usr/bin/codex", 5)},
-         AgentDefinition::Kind::cli,
          std::nullopt},
         {"inside tmux, through the client's terminal",
          {process(20, 2, "/usr/bin/tmux"), process(21, 20, "/bin/bash", 7),
           process(100, 21, "/usr/bin/node", 7), process(30, 2, "/usr/bin/kitty"),
           process(31, 30, "/bin/bash", 3), process(32, 31, "/usr/bin/tmux", 3)},
-         AgentDefinition::Kind::cli,
          AgentHost{.appPid = 30, .name = "kitty", .tty = 7, .clientTTY = 3}},
         {"inside tmux with no client attached",
          {process(20, 2, "/usr/bin/tmux"), process(21, 20, "/bin/bash", 7),
           process(100, 21, "/usr/bin/node", 7)},
-         AgentDefinition::Kind::cli,
          std::nullopt},
         {"the chain ends at a parent id of 1",
          {process(10, 1, "/usr/bin/node", 4), process(100, 10, "/usr/bin/node", 4),
           process(1, 0, "/usr/bin/kitty")},
-         AgentDefinition::Kind::cli,
          std::nullopt},
         {"a desktop agent's host carries no terminal",
          {process(10, 2, "/usr/bin/alacritty"), process(100, 10, "/opt/agent/agent", 5)},
-         AgentDefinition::Kind::desktop,
-         AgentHost{.appPid = 10, .name = "Alacritty"}},
+         AgentHost{.appPid = 10, .name = "Alacritty"},
+         AgentDefinition::Kind::desktop},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         RowsCensus census;
-        census.rows = session;
-        census.rows.insert(census.rows.end(), c.rows.begin(), c.rows.end());
+        census.rows = c.rows;
+        census.rows.push_back(process(2, 1, "/usr/lib/systemd/systemd"));
         SystemAgentHosts hosts(census);
         auto found = hosts.hosts({{100, c.kind}, {100, c.kind}});
-        ASSERT_EQ(found.size(), 2u);
-        EXPECT_EQ(found[0], c.host);
-        EXPECT_EQ(found[1], c.host);
+        EXPECT_EQ(found, std::vector({c.host, c.host}));
         EXPECT_EQ(hosts.owners({100}),
                   std::vector{c.host ? std::optional(c.host->appPid) : std::nullopt});
         // The owners of the sessions just looked up come from the same look at /proc.
@@ -109,8 +96,7 @@ TEST(SystemAgentHostsTest, FindsTheHostsOfRealProcesses) {
     SystemProcessCensus census;
     SystemAgentHosts hosts(census);
     auto found = hosts.hosts({{tree.pid(3), AgentDefinition::Kind::cli}});
-    ASSERT_EQ(found.size(), 1u);
-    ASSERT_TRUE(found[0]);
+    ASSERT_TRUE(found.size() == 1 && found[0]);
     EXPECT_EQ(std::pair(found[0]->appPid, found[0]->name),
               std::pair(tree.pid(1), std::string("GNOME Terminal")));
 }

@@ -1,6 +1,5 @@
-// Show that a remote login of the user is recognised from logind on a real (private) system
-// bus, and from a real process named sshd above one of the user's terminals; and that
-// terminals get their device names.
+// A remote login of the user is recognised from logind on a private system bus and from a real
+// sshd above one of the user's terminals; terminals get their device names.
 #include "platform/linux/SystemSessions.h"
 
 #include <gtest/gtest.h>
@@ -13,10 +12,6 @@ namespace vigilmoth {
 namespace {
 
 const char* kLogind = "org.freedesktop.login1";
-
-std::string sessionPath(const std::string& id) {
-    return "/org/freedesktop/login1/session/" + id;
-}
 
 TEST(SystemSessionsTest, LogindTellsOfRemoteSessionsOfTheUser) {
     testing::PrivateBus bus;
@@ -31,7 +26,7 @@ TEST(SystemSessionsTest, LogindTellsOfRemoteSessionsOfTheUser) {
     };
     auto set = [&](const std::string& id, const std::string& property, const std::string& value) {
         auto result = bus.call(
-            kLogind, sessionPath(id), "org.freedesktop.DBus.Properties.Set",
+            kLogind, "/org/freedesktop/login1/session/" + id, "org.freedesktop.DBus.Properties.Set",
             {"string:org.freedesktop.login1.Session", "string:" + property, "variant:" + value});
         ASSERT_EQ(result.status, 0) << result.err;
     };

@@ -1,5 +1,5 @@
-// Show that opening at login writes an autostart entry the desktop accepts, that only an entry
-// which starts this vigilmoth counts as enabled, and that no entry text can break the reading.
+// Opening at login writes an autostart entry the desktop accepts; only an entry that starts this
+// vigilmoth counts as enabled, and no entry text can break the reading.
 #include "platform/linux/XdgAutostart.h"
 
 #include <gtest/gtest.h>
