@@ -52,15 +52,14 @@ std::vector<std::string> notices(DBusTestBus& session) {
 }
 
 // The stored settings: short holds after a turn, so that the release comes within the test's
-// patience, and every agent but Droid ignored, so that stand-ins of other tests running beside
-// this one change nothing.
+// patience; every agent but Droid ignored, so that stand-ins of other tests running beside this
+// one change nothing; both notice kinds, whoever is in front.
 std::string settings() {
     nlohmann::json rules;
     for (const auto& definition : AgentCatalog::standard().definitions)
         if (definition.id != "droid") rules[definition.id] = "ignore";
     const nlohmann::json detection = {
         {"releaseAfterState", 2}, {"releaseAfterActivity", 2}, {"agentRules", rules}};
-    // Both notice kinds, whoever is in front.
     return nlohmann::json{{"DetectionSettings", detection.dump()},
                           {"AgentNotices.finished", true},
                           {"AgentNotices.onlyWhenAway", false}}
@@ -152,12 +151,10 @@ TEST_F(LinuxApplicationTest, HoldsTellsShowsPausesAndLeavesNothingBehind) {
             ASSERT_TRUE(eventually(
                 [&] {
                     lines = session.menuLayout(item, "/MenuBar");
-                    return std::any_of(lines.begin(), lines.end(), [](const auto& line) {
-                        return line.first.rfind("Droid · work — ", 0) == 0;
-                    });
+                    const auto row = lines.lower_bound("Droid · work — ");
+                    return row != lines.end() && row->first.starts_with("Droid · work — ");
                 },
-                60))
-                << "the agent's row among " << lines.size() << " lines";
+                60));
             ASSERT_TRUE(lines.contains(step.click));
             session.click(item, "/MenuBar", lines[step.click]);
         }

@@ -3,61 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdarg>
 #include <stdexcept>
 #include <thread>
 
 namespace vigilmoth::testing {
 namespace {
 
-constexpr const char* kConfiguration = R"(<!DOCTYPE busconfig PUBLIC
- "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <listen>unix:path=@SOCKET@</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-)";
-
 constexpr const char* kMockInterface = "org.freedesktop.DBus.Mock";
 constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher";
 constexpr const char* kWatcherPath = "/StatusNotifierWatcher";
 
-void readLayout(sd_bus_message* message, DBusTestBus::MenuLines& lines) {
-    std::int32_t id = 0;
-    sd_bus_message_enter_container(message, 'r', "ia{sv}av");
-    sd_bus_message_read(message, "i", &id);
-    sd_bus_message_enter_container(message, 'a', "{sv}");
-    while (sd_bus_message_enter_container(message, 'e', "sv") > 0) {
-        const char* key = nullptr;
-        const char* label = nullptr;
-        sd_bus_message_read(message, "s", &key);
-        if (std::string_view(key) == "label" && sd_bus_message_read(message, "v", "s", &label) > 0)
-            lines[label] = id;
-        else
-            sd_bus_message_skip(message, "v");
-        sd_bus_message_exit_container(message);
-    }
-    sd_bus_message_exit_container(message);
-    sd_bus_message_enter_container(message, 'a', "v");
-    while (sd_bus_message_enter_container(message, 'v', "(ia{sv}av)") > 0) {
-        readLayout(message, lines);
-        sd_bus_message_exit_container(message);
-    }
-    sd_bus_message_exit_container(message);
-    sd_bus_message_exit_container(message);
-}
-
 }  // namespace
 
 DBusTestBus::DBusTestBus() {
-    std::string configuration = kConfiguration;
+    // A session bus on a socket of its own that lets the test watch and own everything.
+    std::string configuration = readFile(fixture("dbus/bus.conf"));
     configuration.replace(configuration.find("@SOCKET@"), 8, folder_ / "bus");
     writeFile(folder_ / "bus.conf", configuration);
     daemon_ = std::make_unique<BackgroundProcess>(
@@ -95,8 +55,8 @@ void DBusTestBus::startMock(const std::string& busName, const std::string& path,
 
 void DBusTestBus::startTrayWatcher() {
     startMock(kWatcher, kWatcherPath, kWatcher);
-    mock(kWatcher, kWatcherPath, "AddMethod", "sssss", "", "RegisterStatusNotifierItem", "s", "",
-         "");
+    mock(kWatcher, kWatcherPath, "AddMethod",
+         {"sssss", "", "RegisterStatusNotifierItem", "s", "", ""});
 }
 
 void DBusTestBus::serve(const std::string& busName, std::vector<std::string> arguments) {
@@ -108,37 +68,30 @@ void DBusTestBus::serve(const std::string& busName, std::vector<std::string> arg
         throw std::runtime_error("the mock of " + busName + " did not start");
 }
 
-void DBusTestBus::mock(const std::string& busName, const std::string& path, const char* method,
-                       const char* types, ...) {
-    va_list arguments;
-    va_start(arguments, types);
-    SdBusError error;
-    sd_bus_message* reply = nullptr;
-    const int code = sd_bus_call_methodv(client(), busName.c_str(), path.c_str(), kMockInterface,
-                                         method, error.get(), &reply, types, arguments);
-    va_end(arguments);
-    sd_bus_message_unref(reply);
-    ASSERT_GE(code, 0) << method << ": " << error.describe(code);
+void DBusTestBus::mock(const std::string& busName, const std::string& path,
+                       const std::string& method, const std::vector<std::string>& arguments) {
+    call(busName, path, kMockInterface, method, arguments);
+}
+
+nlohmann::json DBusTestBus::call(const std::string& busName, const std::string& path,
+                                 const std::string& interface, const std::string& method,
+                                 const std::vector<std::string>& arguments) {
+    std::vector<std::string> words{
+        "--address=" + address_, "--json=short", "call", busName, path, interface, method};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    const auto result = runProcess("/usr/bin/busctl", words);
+    EXPECT_EQ(result.status, 0) << method << ": " << result.err;
+    return nlohmann::json::parse(result.out.empty() ? "{}" : result.out)
+        .value("data", nlohmann::json());
 }
 
 std::vector<std::string> DBusTestBus::firstArguments(const std::string& busName,
                                                      const std::string& path,
                                                      const std::string& method) {
-    sd_bus_message* reply = nullptr;
-    EXPECT_GE(sd_bus_call_method(client(), busName.c_str(), path.c_str(), kMockInterface,
-                                 "GetMethodCalls", nullptr, &reply, "s", method.c_str()),
-              0);
-    const SdBusMessage kept(reply);
     std::vector<std::string> arguments;
-    sd_bus_message_enter_container(reply, 'a', "(tav)");
-    while (sd_bus_message_enter_container(reply, 'r', "tav") > 0) {
-        const char* argument = nullptr;
-        sd_bus_message_skip(reply, "t");
-        sd_bus_message_enter_container(reply, 'a', "v");
-        if (sd_bus_message_read(reply, "v", "s", &argument) > 0) arguments.emplace_back(argument);
-        sd_bus_message_exit_container(reply);
-        sd_bus_message_exit_container(reply);
-    }
+    for (const auto& call :
+         this->call(busName, path, kMockInterface, "GetMethodCalls", {"s", method})[0])
+        arguments.push_back(call[1][0]["data"]);
     return arguments;
 }
 
@@ -147,57 +100,37 @@ std::vector<std::string> DBusTestBus::trayRegistrations() {
 }
 
 std::vector<std::pair<std::uint32_t, std::vector<std::string>>> DBusTestBus::notifyCalls() {
-    sd_bus_message* reply = nullptr;
-    sd_bus_call_method(client(), "org.freedesktop.Notifications", "/org/freedesktop/Notifications",
-                       kMockInterface, "GetMethodCalls", nullptr, &reply, "s", "Notify");
-    const SdBusMessage kept(reply);
     std::vector<std::pair<std::uint32_t, std::vector<std::string>>> calls;
-    sd_bus_message_enter_container(reply, 'a', "(tav)");
-    while (sd_bus_message_enter_container(reply, 'r', "tav") > 0) {
-        std::uint32_t replaces = 0;
-        const char *summary = "", *body = "";
-        char** actions = nullptr;
-        std::uint64_t stamp = 0;
-        sd_bus_message_read(reply, "t", &stamp);
-        sd_bus_message_enter_container(reply, 'a', "v");
-        sd_bus_message_read(reply, "vvvvv", "s", &body, "u", &replaces, "s", &body, "s", &summary,
-                            "s", &body);
-        sd_bus_message_enter_container(reply, 'v', "as");
-        sd_bus_message_read_strv(reply, &actions);
-        std::vector<std::string> texts{summary, body};
-        for (char** action = actions; action && *action; ++action) {
-            texts.emplace_back(*action);
-            free(*action);
-        }
-        free(actions);
-        sd_bus_message_exit_container(reply);
-        sd_bus_message_skip(reply, "vv");
-        sd_bus_message_exit_container(reply);
-        sd_bus_message_exit_container(reply);
-        calls.emplace_back(replaces, texts);
+    for (const auto& notify :
+         call("org.freedesktop.Notifications", "/org/freedesktop/Notifications", kMockInterface,
+              "GetMethodCalls", {"s", "Notify"})[0]) {
+        const auto& arguments = notify[1];
+        std::vector<std::string> texts{arguments[3]["data"], arguments[4]["data"]};
+        for (const auto& action : arguments[5]["data"])
+            texts.push_back(action);
+        calls.emplace_back(arguments[1]["data"], texts);
     }
     return calls;
 }
 
 DBusTestBus::MenuLines DBusTestBus::menuLayout(const std::string& busName, const std::string& path,
                                                std::uint32_t* revision) {
-    sd_bus_message* reply = nullptr;
-    EXPECT_GE(sd_bus_call_method(client(), busName.c_str(), path.c_str(), "com.canonical.dbusmenu",
-                                 "GetLayout", nullptr, &reply, "iias", 0, -1, 0),
-              0);
-    const SdBusMessage kept(reply);
+    const auto reply =
+        call(busName, path, "com.canonical.dbusmenu", "GetLayout", {"iias", "0", "-1", "0"});
+    if (revision) *revision = reply[0];
     MenuLines lines;
-    std::uint32_t read = 0;
-    sd_bus_message_read(reply, "u", &read);
-    if (revision) *revision = read;
-    readLayout(reply, lines);
+    std::function<void(const nlohmann::json&)> read = [&](const nlohmann::json& item) {
+        if (item[1].contains("label")) lines[item[1]["label"]["data"]] = item[0];
+        for (const auto& child : item[2])
+            read(child["data"]);
+    };
+    read(reply[1]);
     return lines;
 }
 
 void DBusTestBus::click(const std::string& busName, const std::string& path, std::int32_t id) {
-    ASSERT_GE(sd_bus_call_method(client(), busName.c_str(), path.c_str(), "com.canonical.dbusmenu",
-                                 "Event", nullptr, nullptr, "isvu", id, "clicked", "s", "", 0u),
-              0);
+    call(busName, path, "com.canonical.dbusmenu", "Event",
+         {"isvu", std::to_string(id), "clicked", "s", "", "0"});
 }
 
 bool DBusTestBus::owned(const std::string& name) {

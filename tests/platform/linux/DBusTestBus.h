@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,11 +46,15 @@ public:
     // The test's own connection, for the mocks' interface and for asking services
     // what they hold.
     sd_bus* client() const { return client_.get(); }
-    // Calls a method of the mock interface on `path`; fails the test when the
-    // call fails.
-    void mock(const std::string& busName, const std::string& path, const char* method,
-              const char* types, ...);
+    // Calls a method of the mock interface on `path` (arguments as busctl takes them); fails the
+    // test when the call fails.
+    void mock(const std::string& busName, const std::string& path, const std::string& method,
+              const std::vector<std::string>& arguments);
 
+    // The reply's values of a call made with busctl (types and arguments as busctl takes them).
+    nlohmann::json call(const std::string& busName, const std::string& path,
+                        const std::string& interface, const std::string& method,
+                        const std::vector<std::string>& arguments = {});
     // The first string argument of each call of `method` a generic mock took, in
     // order.
     std::vector<std::string> firstArguments(const std::string& busName, const std::string& path,

@@ -59,10 +59,10 @@ TEST_F(FreedesktopNotificationCenterTest, PostsReplacesAndLeadsAClickBack) {
                                      {1, {"Done", "", "default", "Show"}},
                                      {0, {"Hooks", ""}}}));
     // Another action, or a notice this centre never posted, is no click.
-    for (auto [id, action] : {std::pair{1u, "other"}, {9u, "default"}, {1u, "default"}}) {
-        bus.mock(Center::kService, Center::kPath, "EmitSignal", "sssav", Center::kService,
-                 "ActionInvoked", "us", 2, "u", id, "s", action);
-    }
+    for (auto [id, action] : {std::pair{1, "other"}, {9, "default"}, {1, "default"}})
+        bus.mock(Center::kService, Center::kPath, "EmitSignal",
+                 {"sssav", Center::kService, "ActionInvoked", "us", "2", "u", std::to_string(id),
+                  "s", action});
     testing::eventually([&] { return !clicks.empty(); }, 10, &context);
     EXPECT_EQ(clicks, std::vector{target});
     center().removeDelivered({"w-2"});

@@ -28,53 +28,34 @@ double lineTime(const std::string& line) {
            std::stod(line.substr(6, 6));
 }
 
-// The recorder's standard output, read line by line as it comes.
-class Recorder {
-public:
-    explicit Recorder(const ProcessOptions& options)
-        : process_(VIGILMOTH_EXECUTABLE, {"--lab-record", "five agents"}, options) {}
-
-    // The next whole line, at most `seconds` away; empty when none comes.
-    std::string next(double seconds = 30) {
-        auto deadline = Clock::now() + std::chrono::duration<double>(seconds);
+// The recorder's status lines, read on from where the test last looked.
+struct Recorder {
+    // The next whole line that holds `text` (any line when empty), printed within `seconds`;
+    // empty if none.
+    std::string until(const std::string& text = "", double seconds = 60) {
+        const auto deadline = Clock::now() + std::chrono::duration<double>(seconds);
         while (true) {
-            auto end = process_.output().find('\n', offset_);
-            if (end != std::string::npos) {
-                auto line = process_.output().substr(offset_, end - offset_);
-                offset_ = end + 1;
-                lines_.push_back(line);
-                return line;
+            for (size_t end; (end = process.output().find('\n', offset)) != std::string::npos;) {
+                lines.push_back(process.output().substr(offset, end - offset));
+                offset = end + 1;
+                if (lines.back().find(text) != std::string::npos) return lines.back();
             }
             if (Clock::now() > deadline) return "";
-            process_.waitForOutput("\n\n", 0.05);
+            process.waitForOutput("\n\n", 0.05);
         }
     }
-    // The first line from here on that holds `text`, within a minute's lines; empty if none.
-    std::string until(const std::string& text) {
-        for (int count = 0; count < 30; ++count) {
-            auto line = next();
-            if (line.empty() || line.find(text) != std::string::npos) return line;
+    // Passes over the lines printed so far.
+    void skip() {
+        process.waitForOutput("\n\n", 0.01);
+        while (!until("", 0).empty()) {
         }
-        return "";
-    }
-    // Passes over the lines printed so far and returns the next one, printed within `seconds`.
-    std::string fresh(double seconds = 30) {
-        process_.waitForOutput("\n\n", 0.01);
-        while (!next(0).empty()) {
-        }
-        return next(seconds);
     }
     // Seconds between the last line read and the one before it.
-    double lastSpacing() const {
-        return lineTime(lines_.back()) - lineTime(lines_[lines_.size() - 2]);
-    }
-    BackgroundProcess& process() { return process_; }
-    const std::vector<std::string>& lines() const { return lines_; }
+    double spacing() const { return lineTime(lines.back()) - lineTime(lines[lines.size() - 2]); }
 
-private:
-    BackgroundProcess process_;
-    size_t offset_ = 0;
-    std::vector<std::string> lines_;
+    BackgroundProcess process;
+    size_t offset = 0;
+    std::vector<std::string> lines;
 };
 
 // Appends lines `from` to `to` (counted from 1) of a real transcript, or the given lines.
@@ -130,9 +111,9 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
                            {"XDG_CONFIG_HOME", home / ".config"},
                            {"VIGILMOTH_HOOKS_DIR", home / "hooks"},
                            {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + (home / "no-bus")}};
-    Recorder recorder(options);
+    Recorder recorder{{VIGILMOTH_EXECUTABLE, {"--lab-record", "five agents"}, options}};
     auto started = Clock::now();
-    auto first = recorder.next();
+    auto first = recorder.until();
     ASSERT_EQ(first.rfind("Recording to ", 0), 0u) << first;
     std::string path = first.substr(13);
     auto all = recorder.until(part("claude", 1) + "idle");
@@ -140,10 +121,10 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
         EXPECT_NE(all.find(part(agent, id)), std::string::npos) << agent << " in " << all;
 
     // A tool call appended right after a tick is read at the early tick 0.2 s later.
-    recorder.fresh();
+    recorder.skip();
     append(transcript, claude, 6, 9);
     EXPECT_NE(recorder.until(part("claude", 1) + "working"), "");
-    EXPECT_LT(recorder.lastSpacing(), 1.5) << "an early tick, not the next regular one";
+    EXPECT_LT(recorder.spacing(), 1.5) << "an early tick, not the next regular one";
     append(transcript, claude, 10, 13);
     EXPECT_NE(recorder.until(part("claude", 1) + "idle"), "");
     append(rollout, {rolloutEvent("task_started", "started_at")});
@@ -155,7 +136,7 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     auto contains = [](const std::string& text) {
         return [text](const std::string& line) { return line.find(text) != std::string::npos; };
     };
-    if (std::none_of(recorder.lines().begin(), recorder.lines().end(), contains(busy))) {
+    if (std::none_of(recorder.lines.begin(), recorder.lines.end(), contains(busy))) {
         EXPECT_NE(recorder.until(busy), "");
     }
     ::kill(tree.pid(4), SIGTERM);
@@ -163,20 +144,20 @@ TEST(LabRecordLiveTest, FiveStandInAgentsAreRecordedLiveAndReplayAsDecided) {
     EXPECT_EQ(marked.status, 0) << marked.err;
     EXPECT_EQ(marked.out, "Marked claude as idle\n");
 
-    recorder.fresh();
+    recorder.skip();
     ::kill(tree.pid(5), SIGTERM);
-    auto after = recorder.next();
-    if (after.find(part("goose", 5)) != std::string::npos) after = recorder.next();
+    auto after = recorder.until();
+    if (after.find(part("goose", 5)) != std::string::npos) after = recorder.until();
     EXPECT_EQ(after.find(part("goose", 5)), std::string::npos) << "a tick already under way";
-    EXPECT_LT(recorder.lastSpacing(), 1.5) << "the exit ticks early";
+    EXPECT_LT(recorder.spacing(), 1.5) << "the exit ticks early";
 
     std::this_thread::sleep_until(started + std::chrono::seconds(60));
-    recorder.process().signal(SIGINT);
-    EXPECT_EQ(recorder.process().wait(30), 0);
-    EXPECT_NE(recorder.process().output().find("Stopped after "), std::string::npos);
-    recorder.fresh(0);
+    recorder.process.signal(SIGINT);
+    EXPECT_EQ(recorder.process.wait(30), 0);
+    EXPECT_NE(recorder.process.output().find("Stopped after "), std::string::npos);
+    recorder.skip();
     // Once the busy child had stopped, the agent had worked recently.
-    auto& lines = recorder.lines();
+    auto& lines = recorder.lines;
     auto working = std::find_if(lines.begin(), lines.end(), contains(busy));
     EXPECT_NE(
         std::find_if(working, lines.end(), contains(part("aider", 3) + "working (workedRecently")),

@@ -1,8 +1,5 @@
-// vigilmoth holds the computer awake through a real logind (dbusmock on a private bus): one lock
-// with the exact what, who, why and mode, renewed rather than taken again, replaced without a gap,
-// let go on release, when its lease runs out and when its process dies; the lid-switch lock
-// follows the closed-lid flag; sleep notices reach a subscriber and the engine's wake gate around
-// the delay lock. Battery and heat are read from sysfs trees, malformed text reading as nothing.
+// vigilmoth holds the computer awake through a real logind (dbusmock on a private bus); battery
+// and heat are read from sysfs trees.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -45,8 +42,9 @@ protected:
         return testing::eventually([&] { return locks(mode) == expected; }, 10, &context);
     }
     void prepareForSleep(bool start) {
-        bus.mock(Logind::kService, Logind::kPath, "EmitSignal", "sssav", Logind::kManager,
-                 "PrepareForSleep", "b", 1, "b", start ? 1 : 0);
+        bus.mock(Logind::kService, Logind::kPath, "EmitSignal",
+                 {"sssav", Logind::kManager, "PrepareForSleep", "b", "1", "b",
+                  start ? "true" : "false"});
     }
 
     testing::DBusTestBus bus;
@@ -61,20 +59,16 @@ TEST_F(LogindPowerTest, HoldRenewRenameAndRelease) {
     LinuxPower power(context, bus.address(), "1");
     auto& keeper = power.keeper();
     keeper.hold("vigilmoth: Claude Code is working");
-    EXPECT_EQ(locks(), sleepLock("vigilmoth: Claude Code is working"));
     const auto ids = keeper.assertionIDs();
     keeper.hold("vigilmoth: Claude Code is working");
     EXPECT_EQ(keeper.assertionIDs(), ids) << "a second hold within the lease only renews";
     EXPECT_EQ(locks(), sleepLock("vigilmoth: Claude Code is working"));
-
     keeper.hold("vigilmoth: Codex is waiting for you");
     // The new lock is there before the old one goes (in no promised order), so the computer is
     // never without a hold.
-    const auto both = locks();
-    EXPECT_NE(std::find(both.begin(), both.end(),
-                        sleepLock("vigilmoth: Codex is waiting for you").front()),
-              both.end());
-    EXPECT_TRUE(locksBecome(sleepLock("vigilmoth: Codex is waiting for you")));
+    const auto both = locks(), codex = sleepLock("vigilmoth: Codex is waiting for you");
+    EXPECT_NE(std::find(both.begin(), both.end(), codex.front()), both.end());
+    EXPECT_TRUE(locksBecome(codex));
     keeper.release();
     EXPECT_FALSE(keeper.held());
     EXPECT_TRUE(locksBecome({}));
@@ -82,12 +76,12 @@ TEST_F(LogindPowerTest, HoldRenewRenameAndRelease) {
 
 TEST_F(LogindPowerTest, AHoldNotRenewedWithinItsLeaseIsLetGo) {
     LinuxPower power(context, bus.address(), "1", {.hold = 0.3});
-    power.keeper().hold("vigilmoth: always on");
-    EXPECT_EQ(locks(), sleepLock("vigilmoth: always on"));
-    EXPECT_TRUE(locksBecome({}));
-    // The next decision finds the lease lapsed and takes a new lock.
-    power.keeper().hold("vigilmoth: always on");
-    EXPECT_EQ(locks(), sleepLock("vigilmoth: always on"));
+    for (int lease = 0; lease < 2; ++lease) {
+        // The next decision finds the lease lapsed and takes a new lock.
+        power.keeper().hold("vigilmoth: always on");
+        EXPECT_EQ(locks(), sleepLock("vigilmoth: always on"));
+        EXPECT_TRUE(locksBecome({}));
+    }
 }
 
 TEST_F(LogindPowerTest, KillingTheHolderLetsTheComputerSleep) {
@@ -112,11 +106,7 @@ TEST_F(LogindPowerTest, TheLidClosedFlagTakesAndDropsTheLidSwitchLock) {
                         "vigilmoth keeps this computer awake with the lid closed", "block"}};
     for (const bool wanted : {true, false, true}) {
         SCOPED_TRACE(wanted);
-        if (wanted) {
-            flag.send(true, "an agent works with the lid closed");
-        } else {
-            flag.stopWanting();
-        }
+        wanted ? flag.send(true, "an agent works with the lid closed") : void(flag.stopWanting());
         EXPECT_EQ(flag.sleepDisabled(), wanted);
         EXPECT_TRUE(locksBecome(wanted ? lid : Locks{}));
     }
@@ -164,8 +154,8 @@ TEST_F(LogindPowerTest, ReadersSeeOtherLocksAndTheLid) {
     SystemPowerAssertions assertions(bus.address());
     SystemPowerContext power("/nonexistent", bus.address());
     EXPECT_FALSE(power.lidClosed()) << "logind without the property";
-    bus.mock(Logind::kService, Logind::kPath, "AddProperty", "ssv", Logind::kManager, "LidClosed",
-             "b", 1);
+    bus.mock(Logind::kService, Logind::kPath, "AddProperty",
+             {"ssv", Logind::kManager, "LidClosed", "b", "true"});
     EXPECT_TRUE(power.lidClosed());
     // The mock gives every lock the pid 123456; a lock that does not keep it awake is not counted.
     for (const auto& [what, counted] :

@@ -26,33 +26,22 @@ struct Record {
     std::string truth;  // the agent it belongs to; empty: none
 };
 
-// Agent processes that are not sessions: Claude Code's ripgrep (its own executable as "rg"),
-// Codex's managed app-server daemon and its pid-update loops.
-const std::map<std::pair<std::string, int>, AgentRole> kRoles = {
-    {{"claude", 12441}, AgentRole::helper},       {{"claude", 12442}, AgentRole::helper},
-    {{"claude-p", 6752}, AgentRole::helper},      {{"codex", 18289}, AgentRole::engine},
-    {{"codex", 18366}, AgentRole::helper},        {{"codex", 18370}, AgentRole::helper},
-    {{"codex-daemon", 19631}, AgentRole::engine}, {{"codex-daemon", 19722}, AgentRole::helper},
-    {{"codex-daemon", 20086}, AgentRole::helper}, {{"codex-daemon", 20092}, AgentRole::helper},
+// Per run, the instances ("agent role root processes") and the roles of processes that are not
+// sessions, by pid.
+struct Expected {
+    std::vector<std::string> instances;
+    std::map<int, std::string> roles;
 };
 
-// Per run, the instances: agent, role, root process and number of processes.
-const std::map<std::string, std::vector<std::string>> kInstances = {
-    {"amp", {"amp session 28736 11"}},
-    {"claude", {"claude session 12414 16"}},
-    {"claude-firstrun2", {"claude session 5885 1"}},
-    {"claude-p", {"claude session 6738 3"}},
-    {"cn", {"cn session 29107 9"}},
-    {"codex", {"codex session 18256 22"}},
-    {"codex-daemon", {"codex session 19504 8"}},
-    {"codex-exec", {"codex session 6552 9"}},
-    {"copilot", {"copilot session 21961 79"}},
-    {"droid", {"droid session 16672 7"}},
-    {"gemini", {"gemini session 13959 14"}},
-    {"grok", {"grok session 951 1"}},
-    {"opencode", {"opencode session 19613 9"}},
-    {"pi", {"pi session 25779 1"}},
-};
+std::map<std::string, Expected> expected() {
+    std::map<std::string, Expected> result;
+    std::ifstream lines(testing::fixture("processes/expected.txt"));
+    for (std::string run, kind, rest; lines >> run >> kind && std::getline(lines, rest);) {
+        if (kind == "instance") result[run].instances.push_back(rest.substr(1));
+        if (kind == "role") result[run].roles[std::stoi(rest)] = rest.substr(rest.rfind(' ') + 1);
+    }
+    return result;
+}
 
 std::map<std::string, std::vector<Record>> runs() {
     std::map<std::string, std::vector<Record>> result;
@@ -100,6 +89,7 @@ std::vector<PlannedProcess> plan(const std::vector<Record>& records) {
 }
 
 TEST(RealProcessTreesTest, ReplayedTreesShowEveryProcessAsItIsAndOneInstancePerSession) {
+    const auto truth = expected();
     for (const auto& [run, all] : runs()) {
         for (int n = 0; !inState(all, n).empty(); ++n) {
             const auto records = inState(all, n);
@@ -121,8 +111,9 @@ TEST(RealProcessTreesTest, ReplayedTreesShowEveryProcessAsItIsAndOneInstancePerS
                 auto match = AgentCatalog::standard().match(*row->second);
                 EXPECT_EQ(match ? match->definition.id : "", record.truth);
                 if (!match) continue;
-                auto role = kRoles.find({run, record.pid});
-                EXPECT_EQ(match->role, role == kRoles.end() ? AgentRole::session : role->second);
+                const auto& roles = truth.at(run).roles;
+                EXPECT_EQ(roleWord(match->role),
+                          roles.contains(record.pid) ? roles.at(record.pid) : "session");
                 matches.emplace(row->second->pid, *match);
             }
             std::vector<std::string> grouped;
@@ -135,7 +126,7 @@ TEST(RealProcessTreesTest, ReplayedTreesShowEveryProcessAsItIsAndOneInstancePerS
                     instance.definition.id + " " + std::string(roleWord(instance.role)) + " " +
                     std::to_string(root->pid) + " " + std::to_string(instance.rows.size()));
             }
-            EXPECT_EQ(grouped, kInstances.at(run));
+            EXPECT_EQ(grouped, truth.at(run).instances);
         }
     }
 }

@@ -1,8 +1,5 @@
-// The Linux census reports the user's live processes with the facts macOS gives (parent, a
-// stable start time, executable, arguments, terminal, CPU time, bytes written), leaves out
-// zombies and other users' processes, and reads a process's image again only when its start
-// time or short name changes; over a folder of captured and edited /proc files it takes start
-// times from the boot time, the better of two CPU clocks, and reads a reused pid anew.
+// The Linux census reports the user's live processes with the facts macOS gives, both over the
+// real /proc and over a folder of captured and edited /proc files.
 #include "platform/linux/SystemProcessCensus.h"
 
 #include <gtest/gtest.h>
@@ -94,6 +91,9 @@ TEST(SystemProcessCensusTest, GoneForeignAndZombieProcessesAreAbsent) {
     tree.reset();
     EXPECT_FALSE(snapshotRow(census, pid)) << "a process that ended drops out";
     EXPECT_FALSE(census.row(pid));
+    testing::TemporaryFolder empty;
+    EXPECT_FALSE(SystemProcessCensus(empty / "nowhere").snapshot());
+    EXPECT_FALSE(SystemProcessCensus(empty.path().string()).snapshot());
 }
 
 TEST(SystemProcessCensusTest, KeepsArgumentsUntilTheShortNameChanges) {
@@ -134,14 +134,6 @@ TEST(SystemProcessCensusTest, WorksWithoutDescriptorsToKeep) {
         EXPECT_EQ(child->ppid, tree.pid(1));
         EXPECT_EQ(child->arguments, Words{"rg"});
     }
-}
-
-TEST(SystemProcessCensusTest, NoProcessTableMeansNoSnapshot) {
-    testing::TemporaryFolder empty;
-    SystemProcessCensus missing(empty / "nowhere");
-    EXPECT_FALSE(missing.snapshot());
-    EXPECT_FALSE(missing.row(1));
-    EXPECT_FALSE(SystemProcessCensus(empty.path().string()).snapshot());
 }
 
 constexpr int64_t kBootTime = 1795251202;
@@ -188,18 +180,34 @@ protected:
     SystemProcessCensus census{root.path().string(), ::getuid()};
 };
 
-TEST_F(CapturedProcessTableTest, ReadsTheRowOfAProcess) {
+TEST_F(CapturedProcessTableTest, ReadsRowsAndSkipsWhatCannotBeAProcess) {
     put({});
-    auto row = snapshotRow(census, 100);
-    ASSERT_TRUE(row);
-    EXPECT_EQ(std::tuple(row->ppid, row->pgid, row->tpgid, row->tty),
+    put({.pid = 101, .tty = 34816});
+    put({.pid = 102, .state = 'Z'});
+    put({.pid = 103, .executable = std::nullopt});
+    put({.pid = 104, .io = std::nullopt, .commandLine = ""});
+    writeFile(root.path() / "105" / "stat", "105 (broken");
+    std::filesystem::create_directories(root.path() / "self");
+    auto rows = census.snapshot();
+    ASSERT_TRUE(rows);
+    std::vector<int32_t> pids;
+    for (const auto& row : *rows)
+        pids.push_back(row.pid);
+    std::sort(pids.begin(), pids.end());
+    EXPECT_EQ(pids, (std::vector<int32_t>{100, 101, 104}));
+    const auto row = *find(*rows, 100);
+    EXPECT_EQ(std::tuple(row.ppid, row.pgid, row.tpgid, row.tty),
               std::tuple(1, 100, -1, ProcessInfoRow::kNoTerminal));
-    EXPECT_DOUBLE_EQ(row->startTime, kBootTime + 94970 / ticks());
-    EXPECT_EQ(row->executablePath, "/opt/agents/claude/bin/claude.exe");
-    EXPECT_EQ(row->arguments, (Words{"claude", "--resume"}));
-    EXPECT_DOUBLE_EQ(row->cpuTime, 0.001068031);
-    EXPECT_EQ(row->logicalWriteBytes, 8622u);
+    EXPECT_DOUBLE_EQ(row.startTime, kBootTime + 94970 / ticks());
+    EXPECT_EQ(row.executablePath, "/opt/agents/claude/bin/claude.exe");
+    EXPECT_EQ(row.arguments, (Words{"claude", "--resume"}));
+    EXPECT_DOUBLE_EQ(row.cpuTime, 0.001068031);
+    EXPECT_EQ(row.logicalWriteBytes, 8622u);
     EXPECT_EQ(census.row(100), row);
+    EXPECT_EQ(census.row(101)->tty, 34816);
+    EXPECT_EQ(census.row(104)->logicalWriteBytes, std::nullopt);
+    EXPECT_TRUE(census.row(104)->arguments.empty());
+    EXPECT_FALSE(SystemProcessCensus(root.path().string(), ::getuid() + 1).row(101));
 }
 
 TEST_F(CapturedProcessTableTest, TakesTheBetterOfTheTwoCpuClocks) {
@@ -229,27 +237,10 @@ TEST_F(CapturedProcessTableTest, TakesTheBetterOfTheTwoCpuClocks) {
     }
 }
 
-TEST_F(CapturedProcessTableTest, ReadsTerminalsAndSkipsWhatCannotBeAProcess) {
-    put({.pid = 101, .tty = 34816});
-    put({.pid = 102, .state = 'Z'});
-    put({.pid = 103, .executable = std::nullopt});
-    put({.pid = 104, .io = std::nullopt, .commandLine = ""});
-    writeFile(root.path() / "105" / "stat", "105 (broken");
-    std::filesystem::create_directories(root.path() / "self");
-    auto rows = census.snapshot();
-    ASSERT_TRUE(rows);
-    std::vector<int32_t> pids;
-    for (const auto& row : *rows)
-        pids.push_back(row.pid);
-    std::sort(pids.begin(), pids.end());
-    EXPECT_EQ(pids, (std::vector<int32_t>{101, 104}));
-    EXPECT_EQ(census.row(101)->tty, 34816);
-    EXPECT_EQ(census.row(104)->logicalWriteBytes, std::nullopt);
-    EXPECT_TRUE(census.row(104)->arguments.empty());
-    EXPECT_FALSE(SystemProcessCensus(root.path().string(), ::getuid() + 1).row(101));
-}
-
-TEST_F(CapturedProcessTableTest, AReusedPidIsANewProcess) {
+TEST_F(CapturedProcessTableTest, AReusedOrRevivedPidIsReadAnew) {
+    // A zombie is skipped, and looked at again once the pid is a live agent.
+    put({.name = "bash", .state = 'Z'});
+    EXPECT_FALSE(snapshotRow(census, 100));
     put({});
     auto first = snapshotRow(census, 100);
     ASSERT_TRUE(first);
@@ -276,17 +267,6 @@ TEST_F(CapturedProcessTableTest, AReusedPidIsANewProcess) {
     // With nothing changed, the arguments come from the cache.
     writeFile(root.path() / "100" / "cmdline", std::string("changed\0", 8));
     EXPECT_EQ(snapshotRow(census, 100).value().arguments, Words{"gemini"});
-}
-
-TEST_F(CapturedProcessTableTest, ASkippedProcessIsLookedAtAgainWhenItChanges) {
-    put({.name = "bash", .state = 'Z'});
-    EXPECT_FALSE(snapshotRow(census, 100));
-    EXPECT_FALSE(snapshotRow(census, 100)) << "still the same zombie";
-    // The pid now belongs to a live agent under another name.
-    put({.startTicks = 120000});
-    auto row = snapshotRow(census, 100);
-    ASSERT_TRUE(row);
-    EXPECT_EQ(row->arguments, (Words{"claude", "--resume"}));
 }
 
 }  // namespace
