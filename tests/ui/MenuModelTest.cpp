@@ -1,7 +1,7 @@
 // Show that the menu model orders the agents' groups by rank and by how long they have been in
 // their state, folds idle agents only beyond five, names namesakes apart, lists several
-// sessions as children, and picks the most urgent attention line, the bar's choices and the
-// battery line from the central state.
+// sessions as children, and picks the most urgent attention line, the bar's choices, the
+// battery line and the robot's pose; and that the tray's menu carries the panel.
 #include "ui/MenuModel.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +10,10 @@
 #include "support/MachineWording.h"
 #include "support/ScopedTimeZone.h"
 #include "ui/GroupDisclosure.h"
+#include "ui/MenuBarLook.h"
+#include "ui/MenuBarVisibility.h"
+#include "ui/RobotLook.h"
+#include "ui/ShellMenu.h"
 
 namespace vigilmoth {
 namespace {
@@ -19,6 +23,7 @@ using testing::worded;
 using State = ReportedState;
 using Attention = PanelAttention::Kind;
 using A = PanelAction;
+using H = HoldHeadline;
 
 // 20:00 UTC.
 const Date now(1'699'992'000);
@@ -172,11 +177,11 @@ TEST(MenuModelTest, SeveralSessionsBecomeChildrenWithIdleOnesSummedUp) {
 }
 
 TEST(MenuModelTest, TheEmptyListInvitesToStartAnAgentOnlyWhenNoneIsOpen) {
-    const std::tuple<HoldHeadline, bool, std::string> cases[] = {
-        {HoldHeadline::noAgents(), false,
+    const std::tuple<H, bool, std::string> cases[] = {
+        {H::noAgents(), false,
          worded("Start an agent and vigilmoth keeps your Mac awake while it works")},
-        {HoldHeadline::switchedOff(), false, "No agent is open"},
-        {HoldHeadline::noAgents(), true, "No agent is open"},
+        {H::switchedOff(), false, "No agent is open"},
+        {H::noAgents(), true, "No agent is open"},
     };
     for (const auto& [headline, flagLeftOn, text] : cases) {
         SCOPED_TRACE(text);
@@ -212,8 +217,8 @@ struct Situation {
 PanelInput inputIn(const Situation& s) {
     PanelInput input;
     input.decision.hold = !s.notHolding;
-    input.decision.headline = s.stop ? HoldHeadline::safetyStop(*s.stop)
-                                     : HoldHeadline::working(HoldSubject::one("Codex"));
+    input.decision.headline =
+        s.stop ? H::safetyStop(*s.stop) : H::working(HoldSubject::one("Codex"));
     if (!s.noBattery) input.batteryPercent = s.percent;
     input.onBattery = !s.noBattery && !s.mains;
     input.settings.batteryFloorEnabled = !s.floorOff;
@@ -371,6 +376,115 @@ TEST(MenuModelTest, DisclosureForgetsAChoiceOnceTheGroupChangesKind) {
     disclosure.settle({group});
     group.working = 1;
     EXPECT_TRUE(disclosure.isOpen(group));
+}
+
+TEST(MenuBarLookTest, EveryHeadlineHasAPoseAndEveryPoseALabel) {
+    const auto one = HoldSubject::one("Codex");
+    const std::string awake = worded("vigilmoth: Your Mac stays awake");
+    const std::string asleep = worded("vigilmoth: Your Mac can sleep");
+    const char* waits = "vigilmoth: An agent is waiting for you";
+    const char* attention = "vigilmoth: Needs attention";
+    const auto battery = HeroPose::safetyStop(HeroPose::SafetyKind::battery);
+    const std::tuple<H, HeroPose, std::string> cases[] = {
+        {H::working(one), HeroPose::awake(2), awake},
+        {H::finishedRecently(one), HeroPose::awake(1), awake},
+        {H::open(one), HeroPose::awake(0), awake},
+        {H::alwaysOn(), HeroPose::awake(0), awake},
+        {H::reachable(now), HeroPose::reachable(), awake},
+        {H::remoteAccess(), HeroPose::reachable(), awake},
+        {H::waitingHeld(one), HeroPose::attentive(), waits},
+        {H::waitingReleased(one), HeroPose::attentive(), waits},
+        {H::idle(one), HeroPose::asleep(), asleep},
+        {H::noAgents(), HeroPose::asleep(), asleep},
+        {H::paused(now), HeroPose::paused(), "vigilmoth: Paused"},
+        {H::switchedOff(), HeroPose::off(), "vigilmoth: Off"},
+        {H::safetyStop(SafetyStop::batteryLow(18)), battery, attention},
+        {H::safetyStop(SafetyStop::weakCharger(18)), battery, attention},
+        {H::safetyStop(SafetyStop::tooHot()), HeroPose::safetyStop(HeroPose::SafetyKind::heat),
+         attention},
+    };
+    for (const auto& [headline, pose, label] : cases) {
+        SCOPED_TRACE(label);
+        EXPECT_EQ(MenuModel::pose(headline), pose);
+        EXPECT_EQ(RobotLook(pose).menuBar().accessibilityLabel(), label);
+    }
+    EXPECT_EQ(RobotLook(HeroPose::helperOff()).menuBar().accessibilityLabel(), attention);
+    EXPECT_EQ(RobotLook(HeroPose::awake(3)).wisps, 3);
+    EXPECT_EQ(RobotLook(HeroPose::safetyStop(HeroPose::SafetyKind::heat)).warning,
+              HeroPose::SafetyKind::heat);
+    EXPECT_EQ(RobotLook(HeroPose::awake(2)).menuBar().accessibilityLabel(MachineWord::computer()),
+              "vigilmoth: Your computer stays awake");
+    // Closed eyes are told apart by the pause and the opacity alone.
+    using Eyes = MenuBarLook::Eyes;
+    EXPECT_EQ((MenuBarLook{Eyes::closed, false, 0.5, false}).accessibilityLabel(),
+              "vigilmoth: Off");
+    EXPECT_EQ((MenuBarLook{Eyes::closed, false, 1.0, false}).accessibilityLabel(), asleep);
+    EXPECT_EQ((MenuBarLook{Eyes::closed, false, 0.5, true}).accessibilityLabel(),
+              "vigilmoth: Paused");
+}
+
+TEST(MenuBarLookTest, TheItemIsShownUnlessTheUserHidIt) {
+    MemoryKeyValueStore defaults;
+    EXPECT_TRUE(MenuBarVisibility::isShown(defaults));
+    defaults.set("MenuBar.showIcon", "no");
+    EXPECT_TRUE(MenuBarVisibility::isShown(defaults));
+    defaults.set("MenuBar.showIcon", false);
+    EXPECT_FALSE(MenuBarVisibility::isShown(defaults));
+}
+
+const ShellMenuItem* find(const std::vector<ShellMenuItem>& items, const std::string& label) {
+    for (const auto& item : items) {
+        if (item.label == label) return &item;
+        if (const auto* inside = find(item.children, label)) return inside;
+    }
+    return nullptr;
+}
+
+TEST(ShellMenuTest, CarriesThePanelAndTheSettingsBesideIt) {
+    PanelState panel{.title = "Your computer stays awake", .subtitle = "Codex is working"};
+    PanelGroup codex{.header = {.id = "codex",
+                                .agentID = "codex",
+                                .name = "Codex",
+                                .state = PanelRow::State::working,
+                                .detail = "Working for 5 minutes"}};
+    codex.children = {{"a", "my_app", "Working for 5 minutes", "", std::nullopt},
+                      {"b", "since 10:04", "Idle", "", A::goToAgent({7, 1}, "Kitty")}};
+    codex.rule = AgentRule::ignore;
+    panel.groups = {codex};
+    panel.pauseActions = {A::pause(PauseChoice::oneHour)};
+    const auto items = ShellMenu::items({panel,
+                                         AwakeMode::agentOpen,
+                                         {{"claude", "Claude Code", HookStatus::installed(3)},
+                                          {"gemini", "Gemini CLI", HookStatus::configMissing()}}});
+    ASSERT_NE(find(items, "Codex — Working for 5 minutes"), nullptr);
+    using Toggle = ShellMenuItem::Toggle;
+    const auto rule = [](AgentRule rule) {
+        return ShellCommand::panel(A::setAgentRule("codex", rule));
+    };
+    const std::tuple<const char*, std::optional<ShellCommand>, Toggle, bool> cases[] = {
+        {"Your computer stays awake", std::nullopt, Toggle::none, false},
+        {"my_app — Working for 5 minutes", std::nullopt, Toggle::none, false},
+        {"since 10:04 — Idle", ShellCommand::panel(A::goToAgent({7, 1}, "Kitty")), Toggle::none,
+         false},
+        {"Ignore this agent", rule(AgentRule::ignore), Toggle::radio, true},
+        {"Automatic", rule(AgentRule::automatic), Toggle::radio, false},
+        {"Pause for 1 hour", ShellCommand::panel(A::pause(PauseChoice::oneHour)), Toggle::none,
+         false},
+        {"Stay awake while an agent is open", ShellCommand::setMode(AwakeMode::agentOpen),
+         Toggle::radio, true},
+        {"Claude Code", ShellCommand::setHooks("claude", false), Toggle::checkmark, true},
+        {"Gemini CLI", std::nullopt, Toggle::none, false},
+        {"Quit vigilmoth", ShellCommand::quit(), Toggle::none, false},
+    };
+    for (const auto& [label, command, toggle, checked] : cases) {
+        SCOPED_TRACE(label);
+        const auto* item = find(items, label);
+        ASSERT_NE(item, nullptr);
+        EXPECT_EQ(std::tie(item->command, item->toggle, item->checked),
+                  std::tie(command, toggle, checked));
+    }
+    for (std::size_t i = 1; i < items.size(); ++i)
+        EXPECT_FALSE(items[i].separator && items[i - 1].separator) << i;
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Show that real Codex rollouts, cut where turns were going on or over, read as a person would
-// say, whether first seen at the cut or followed while they were written; that the search
-// keeps to its budget; and that the listing finds Codex's day folders.
+// say, whether first seen at the cut or followed while they were written, that the search
+// keeps to its budget and the listing finds Codex's day folders; and that Cursor's transcripts
+// are listed in both layouts, each line reads as the turn it tells of, and the summary over a
+// Cursor instance's conversations weighs hook stops and the engine's start.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -8,6 +10,8 @@
 
 #include "evidence/CodexRolloutReader.h"
 #include "evidence/CodexRolloutTracker.h"
+#include "evidence/CursorTranscript.h"
+#include "evidence/HookStateFile.h"
 #include "evidence/ReportedTime.h"
 #include "support/EvidenceFiles.h"
 #include "support/ScopedTimeZone.h"
@@ -125,11 +129,11 @@ std::string marker(const char* type, const char* turn) {
 }
 
 TEST(CodexRolloutTest, EndsOfOtherTurnsAndRewrittenFiles) {
+    // `after` is appended, or with `replaces` renamed over the old file.
     struct Case {
         const char* name;
         std::string before, after;
         const char* reading;
-        // `after` is a new file renamed over the old one, rather than appended.
         bool replaces = false;
         std::uint64_t mostBytes = 16 << 20;
     };
@@ -173,21 +177,14 @@ TEST(CodexRolloutTest, EndsOfOtherTurnsAndRewrittenFiles) {
 }
 
 TEST(CodexRolloutTest, TheListingTakesLocalAndUtcDatesOnce) {
-    struct Case {
-        const char* zone;
-        const char* now;
-        std::vector<std::string> folders;
-    };
-    const std::vector<Case> cases{
+    const std::tuple<const char*, const char*, std::vector<std::string>> cases[] = {
         {"UTC", "2026-02-24T00:30:00Z", {"2026/02/24", "2026/02/23"}},
         {"CET-1", "2026-02-23T23:30:00Z", {"2026/02/24", "2026/02/23", "2026/02/22"}},
         {"<-10>10", "2026-05-11T05:00:00Z", {"2026/05/10", "2026/05/09", "2026/05/11"}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.zone);
-        testing::ScopedTimeZone zone(c.zone);
-        Date now = *ReportedTime::iso8601(c.now);
-        EXPECT_EQ(CodexRolloutReader::dayFolders(2, now), c.folders);
+    for (const auto& [zone, now, folders] : cases) {
+        testing::ScopedTimeZone scoped(zone);
+        EXPECT_EQ(CodexRolloutReader::dayFolders(2, *ReportedTime::iso8601(now)), folders) << zone;
     }
     testing::ScopedTimeZone zone("CET-1");
     testing::CountingFileAccess files;
@@ -200,6 +197,108 @@ TEST(CodexRolloutTest, TheListingTakesLocalAndUtcDatesOnce) {
         "019c8a4c-ed82-79a1-aa28-7738fc5ab61a");
     EXPECT_FALSE(
         CodexRolloutReader::sessionID("rollout-2026-x-019c8a4c-ed82-79a1-aa28-7738fc5ab61z.jsonl"));
+}
+
+using Line = CursorTurnState::Line;
+using Status = CursorTurnState::Status;
+
+const std::string kUser = R"({"role":"user","message":{"content":[{"type":"text","text":"go"}]}})";
+const std::string kAssistant = R"({"role":"assistant","message":{"content":[]}})";
+const std::string kEnded = R"({"type":"turn_ended","status":"success"})";
+
+TEST(CursorTranscriptTest, LinesTellTheirTurn) {
+    const std::pair<std::string, std::optional<Line>> cases[] = {
+        {kUser, Line{Line::Kind::user}},
+        {kAssistant, Line{Line::Kind::assistant}},
+        {kEnded, Line{Line::Kind::turnEnded, Status::success}},
+        {R"({"type":"turn_ended","status":"error","error":"Rate limited"})",
+         Line{Line::Kind::turnEnded, Status::error}},
+        {R"({"type":"turn_ended","status":"error","error":"User aborted request"})",
+         Line{Line::Kind::turnEnded, Status::aborted}},
+        {R"({"type":"turn_ended","status":"cancelled"})", std::nullopt},
+        {R"({"type":"turn_ended"})", std::nullopt},
+        {R"({"role":"system"})", std::nullopt},
+        {R"({"role":"user")", std::nullopt},
+    };
+    for (const auto& [line, kind] : cases)
+        EXPECT_EQ(CursorTranscriptReader::kind(line), kind) << line;
+    EXPECT_FALSE(CursorTranscriptReader::parseTail(kUser + "\n" + kEnded + "\n{}\n").inTurn());
+    EXPECT_TRUE(CursorTranscriptReader::parseTail(kEnded + "\n" + kAssistant + "\n").inTurn());
+    EXPECT_EQ(CursorTranscriptReader::label("Users-me-shop"), "shop");
+    EXPECT_FALSE(CursorTranscriptReader::label("empty-window"));
+}
+
+TEST(CursorTranscriptTest, ListingTrackingAndTheSinceOfATurn) {
+    testing::TemporaryFolder home;
+    std::string folder = home / "Users-me-shop/agent-transcripts";
+    for (const char* name : {"/a1.jsonl", "/.hidden.jsonl", "/old.jsonl"})
+        testing::writeFile(folder + name, kUser + "\n");
+    testing::writeFile(folder + "/c3/c3.jsonl", kAssistant + "\n");
+    std::filesystem::last_write_time(
+        folder + "/old.jsonl",
+        std::filesystem::file_time_type::clock::now() - std::chrono::hours(25));
+    testing::CountingFileAccess files;
+    CursorTranscriptReader reader(files, home.path().string());
+    auto listed = reader.recentFiles(86400, Date::now());
+    ASSERT_EQ(listed.size(), 2u);
+    std::set<std::string> ids;
+    for (const auto& file : listed)
+        ids.insert(file.sessionID.value_or(""));
+    EXPECT_EQ(ids, (std::set<std::string>{"a1", "c3"}));
+    EXPECT_EQ(listed[0].projectSlug, "Users-me-shop");
+
+    CursorTranscriptTracker tracker(files);
+    auto first = tracker.read(folder + "/a1.jsonl");
+    ASSERT_TRUE(first && first->turnSince);
+    EXPECT_EQ(*first->turnSince, first->signature.modifiedAt);
+    std::ofstream(folder + "/a1.jsonl", std::ios::app) << kAssistant << "\n";
+    EXPECT_EQ(tracker.read(folder + "/a1.jsonl")->turnSince, first->turnSince);
+    EXPECT_FALSE(tracker.read(folder + "/c3/c3.jsonl")->turnSince) << "first seen mid-turn";
+    std::ofstream(folder + "/a1.jsonl", std::ios::app) << kEnded << "\n";
+    EXPECT_FALSE(tracker.read(folder + "/a1.jsonl")->turnSince);
+}
+
+TEST(CursorTranscriptTest, TheSummaryWeighsHookStopsAndTheEngineStart) {
+    const Date now(1000000), start(now - 3600);
+    auto reading = [](std::optional<Line> last, std::optional<double> since) {
+        return CursorTranscriptTracker::Reading{
+            {last}, since ? std::optional<Date>(Date(*since)) : std::nullopt, {}};
+    };
+    struct Case {
+        const char* name;
+        double lastWrite;
+        CursorTranscriptTracker::Reading reading;
+        std::optional<double> stop;
+        const char* report;
+        int inTurn;
+    };
+    const Line user{Line::Kind::user}, ended{Line::Kind::turnEnded, Status::error};
+    const std::vector<Case> cases{
+        {"in a turn", 999990, reading(user, 999980), std::nullopt, "working: ", 1},
+        {"stopped 10 s before the last write", 999990, reading(user, 999970), 999980, "idle", 0},
+        {"stopped 20 s before the last write", 999990, reading(user, 999960), 999970,
+         "working: ", 1},
+        {"a turn begun after the stop", 999990, reading(user, 999985), 999980, "working: ", 1},
+        {"ended with an error", 999990, reading(ended, std::nullopt), std::nullopt, "idle", 0},
+        {"nothing that tells", 999990, reading(std::nullopt, std::nullopt), std::nullopt, "nothing",
+         0},
+        {"from an earlier run of the editor", 990000, reading(user, 990000), std::nullopt,
+         "nothing", 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<CursorTranscriptFile> files{
+            {"/p/s1.jsonl", "s1", "slug", Date(c.lastWrite), 1}};
+        std::map<std::string, Date> stops;
+        if (c.stop) stops[HookStateFile::sessionKey("s1")] = Date(*c.stop);
+        auto summary = CursorSummary::make(files, {{"/p/s1.jsonl", c.reading}}, start, stops);
+        EXPECT_EQ(testing::described(summary.report(now)), c.report);
+        EXPECT_EQ(summary.inTurn, c.inTurn);
+        if (c.reading.turn.last == ended) {
+            EXPECT_EQ(summary.newestEndStatus, Status::error);
+            EXPECT_EQ(summary.ends.at(HookStateFile::sessionKey("s1")), Date(c.lastWrite));
+        }
+    }
 }
 
 }  // namespace
