@@ -20,7 +20,6 @@
 #include "support/ManualTimers.h"
 #include "support/TestSupport.h"
 #include "ui/AgentNoticeText.h"
-#include "ui/PanelText.h"
 
 namespace vigilmoth {
 namespace {
@@ -62,8 +61,7 @@ struct FakeHotKeys final : HotKeyRegistering {
     bool registerShortcut(const std::optional<Shortcut>& shortcut, ShortcutAction action,
                           std::function<void()> onPress) override {
         gLog->push_back("shortcut " + (shortcut ? shortcut->key : "none"));
-        press[action] = std::move(onPress);
-        return !refuse;
+        return (press[action] = std::move(onPress), !refuse);
     }
     void unregisterAll() override { gLog->push_back("shortcuts off"); }
     std::set<Shortcut::Keys> systemShortcuts() override { return taken; }
@@ -310,15 +308,10 @@ TEST(StateAggregatorTest, ShortcutsAreCheckedRecordedAndKept) {
     };
     // Each step: what the user does, what reached the hot keys, the problems then.
     using P = std::map<ShortcutAction, ShortcutProblem>;
-    struct Step {
-        std::function<void(StateAggregator&)> act;
-        std::string registered;
-        P problems;
-    };
     const auto set = [](std::optional<Shortcut> shortcut, ShortcutAction action) {
         return [=](StateAggregator& s) { s.setShortcut(shortcut, action); };
     };
-    const Step steps[] = {
+    const std::tuple<std::function<void(StateAggregator&)>, std::string, P> steps[] = {
         {nullptr, "shortcut C; shortcut none", P{{pauseOneHour, usedBySystem}}},
         {set(Shortcut{12, Shortcut::command, "Q"}, toggle), "",
          P{{toggle, usedBySystem}, {pauseOneHour, usedBySystem}}},
@@ -331,11 +324,11 @@ TEST(StateAggregatorTest, ShortcutsAreCheckedRecordedAndKept) {
         {[](auto& s) { s.resetShortcut(toggle); }, "shortcut C; shortcut K", P{}},
     };
     auto& state = world.make();
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step.registered);
-        if (step.act) step.act(state);
-        EXPECT_EQ(registered(), step.registered);
-        EXPECT_EQ(state.shortcutProblems(), step.problems);
+    for (const auto& [act, calls, problems] : steps) {
+        SCOPED_TRACE(calls);
+        if (act) act(state);
+        EXPECT_EQ(registered(), calls);
+        EXPECT_EQ(state.shortcutProblems(), problems);
     }
     // The next start finds the recorded keys; a registration the system refuses says so.
     world.hotKeys.refuse = true;
@@ -360,45 +353,19 @@ TEST(ShortcutStoreTest, KeepsTheChoicesAndReadsNothingFromWhatItCannotRead) {
             nlohmann::json::parse(mutatedText(R"(["pauseOneHour"])", random), nullptr, false));
         EXPECT_LE(ShortcutStore::load(store).recorded.size(), 1u);
     }
-    for (const auto& odd :
-         {nlohmann::json(42), nlohmann::json(R"({"toggle":{"keyCode":70000}})")}) {
-        store.set(defaults_keys::shortcuts, odd);
-        EXPECT_TRUE(ShortcutStore::load(store).recorded.empty());
-    }
+    store.set(defaults_keys::shortcuts, nlohmann::json(R"({"toggle":{"keyCode":70000}})"));
+    EXPECT_TRUE(ShortcutStore::load(store).recorded.empty());
 }
 
-TEST(StateAggregatorTest, PerformsWhatThePanelOffersAndLeavesWindowsToTheShell) {
+TEST(StateAggregatorTest, SwitchingOffEndsPauseAndReachableAndStoredOnesComeBackIfPlausible) {
     World world;
+    world.defaults.set(defaults_keys::pausedUntil, at(30 * 3600).secondsSince1970());
+    world.defaults.set(defaults_keys::reachableUntil, at(3600).secondsSince1970());
+    world.defaults.set(defaults_keys::mode, "always");
     auto& state = world.make();
-    using A = PanelAction;
-    const std::pair<A, std::function<bool()>> cases[] = {
-        {A::pause(PauseChoice::oneHour), [&] { return state.pause().until == at(3600); }},
-        {A::resume(), [&] { return !state.pause().until; }},
-        {A::stayReachable(ReachableChoice::twoHours),
-         [&] { return state.reachable().until == at(7200); }},
-        {A::stopReachable(), [&] { return !state.reachable().until; }},
-        {A::setAgentRule("codex", AgentRule::ignore),
-         [&] { return state.settings().rule("codex") == AgentRule::ignore; }},
-        // The saved rules name only the agents treated apart.
-        {A::setAgentRule("codex", AgentRule::automatic),
-         [&] { return state.settings().agentRules.empty(); }},
-        {A::dismissLidClosedHint(), [&] { return state.panelInput().lidClosedHintDismissed; }},
-    };
-    for (const auto& [action, done] : cases) {
-        EXPECT_TRUE(state.perform(action));
-        EXPECT_TRUE(done()) << PanelText::title(action);
-    }
-    for (const auto& action : {A::openLoginItems(), A::setUpLidClosed(), A::openHelp()})
-        EXPECT_FALSE(state.perform(action)) << PanelText::title(action);
-    // Settings equal to the current ones are not saved again.
-    world.defaults.remove(defaults_keys::detectionSettings);
-    state.setSettings(state.settings());
-    EXPECT_FALSE(world.defaults.value(defaults_keys::detectionSettings));
-}
-
-TEST(StateAggregatorTest, SwitchingOffEndsPauseAndReachable) {
-    World world;
-    auto& state = world.make();
+    EXPECT_FALSE(state.pause().until);
+    EXPECT_EQ(state.reachable().until, at(3600));
+    EXPECT_EQ(state.mode(), AwakeMode::always);
     state.startReachable(ReachableChoice::twoHours);
     state.startPause(PauseChoice::thirtyMinutes);
     world.hotKeys.press.at(ShortcutAction::toggle)();  // ends the pause only
@@ -410,17 +377,6 @@ TEST(StateAggregatorTest, SwitchingOffEndsPauseAndReachable) {
     EXPECT_EQ(state.decision().headline.kind, HoldHeadline::Kind::switchedOff);
     EXPECT_EQ(world.defaults.boolValue(defaults_keys::enabled), false);
     EXPECT_FALSE(world.defaults.value(defaults_keys::reachableUntil));
-}
-
-TEST(StateAggregatorTest, StoredSwitchesAreRestoredAndImplausibleOnesDropped) {
-    World world;
-    world.defaults.set(defaults_keys::pausedUntil, at(30 * 3600).secondsSince1970());
-    world.defaults.set(defaults_keys::reachableUntil, at(3600).secondsSince1970());
-    world.defaults.set(defaults_keys::mode, "always");
-    auto& state = world.make();
-    EXPECT_FALSE(state.pause().until);
-    EXPECT_EQ(state.reachable().until, at(3600));
-    EXPECT_EQ(state.mode(), AwakeMode::always);
 }
 
 }  // namespace
