@@ -107,7 +107,9 @@ TEST(VerdictReadingTest, TheFirstRuleThatAppliesDecides) {
         const auto reading = readOnce(c.evidence, c.memory, settings).readings.at(0);
         EXPECT_EQ(reading.verdict, c.expected);
         // A ruled agent gives no turn.
-        if (c.rule != AgentRule::automatic) EXPECT_EQ(reading.turn, std::nullopt);
+        if (c.rule != AgentRule::automatic) {
+            EXPECT_EQ(reading.turn, std::nullopt);
+        }
     }
 }
 
