@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 #include "support/TestSupport.h"
 
@@ -19,6 +20,35 @@ inline void expectGolden(const std::string& name, const std::string& actual) {
     }
     ASSERT_TRUE(std::filesystem::exists(path)) << path << " (VIGILMOTH_UPDATE_GOLDEN=1 writes it)";
     EXPECT_EQ(actual, readFile(path)) << "differs from " << path;
+}
+
+// One line of a case table under tests/fixtures: its cells (split at " | "), and the line and
+// the "## " heading above it, for the trace.
+struct TableRow {
+    std::vector<std::string> cells;
+    std::string where;
+};
+
+// Blank lines and lines starting with "#" are not rows.
+inline std::vector<TableRow> tableRows(const std::string& name) {
+    std::istringstream lines(readFile(fixture(name)));
+    std::vector<TableRow> rows;
+    std::string heading;
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++number;
+        if (line.starts_with("## ")) heading = line.substr(3);
+        if (line.empty() || line[0] == '#') continue;
+        TableRow row{{}, name + ":" + std::to_string(number) + " (" + heading + ")"};
+        for (std::size_t from = 0;;) {
+            auto bar = line.find(" |", from);
+            row.cells.push_back(line.substr(from, bar - from));
+            if (bar == std::string::npos) break;
+            from = std::min(bar + 3, line.size());
+        }
+        rows.push_back(std::move(row));
+    }
+    return rows;
 }
 
 }  // namespace vigilmoth::testing
