@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <sstream>
 
 #include "support/TestSupport.h"
@@ -49,6 +50,22 @@ inline std::vector<TableRow> tableRows(const std::string& name) {
         rows.push_back(std::move(row));
     }
     return rows;
+}
+
+// A table of "input | what it reads as" lines that is its own golden file: each input's reading
+// is worked out again and the whole file compared (or rewritten); "#" and blank lines stay.
+inline void expectEachLineReads(const std::string& name,
+                                const std::function<std::string(const std::string&)>& read) {
+    std::istringstream lines(readFile(fixture(name)));
+    std::string actual;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty() && line[0] != '#') {
+            const auto input = line.substr(0, line.rfind(" | "));
+            line = input + " | " + read(input);
+        }
+        actual += line + "\n";
+    }
+    expectGolden(name, actual);
 }
 
 }  // namespace vigilmoth::testing
