@@ -336,45 +336,32 @@ TEST(MenuModelTest, DisclosureForgetsAChoiceOnceTheGroupChangesKind) {
 
 TEST(MenuBarLookTest, EveryHeadlineHasAPoseAndEveryPoseALabel) {
     const auto one = HoldSubject::one("Codex");
-    const std::string awake = worded("vigilmoth: Your Mac stays awake");
-    const std::string asleep = worded("vigilmoth: Your Mac can sleep");
-    const char* waits = "vigilmoth: An agent is waiting for you";
-    const char* attention = "vigilmoth: Needs attention";
-    const auto battery = HeroPose::safetyStop(HeroPose::SafetyKind::battery);
-    const std::tuple<H, HeroPose, std::string> cases[] = {
-        {H::working(one), HeroPose::awake(2), awake},
-        {H::finishedRecently(one), HeroPose::awake(1), awake},
-        {H::open(one), HeroPose::awake(0), awake},
-        {H::alwaysOn(), HeroPose::awake(0), awake},
-        {H::reachable(now), HeroPose::reachable(), awake},
-        {H::remoteAccess(), HeroPose::reachable(), awake},
-        {H::waitingHeld(one), HeroPose::attentive(), waits},
-        {H::waitingReleased(one), HeroPose::attentive(), waits},
-        {H::idle(one), HeroPose::asleep(), asleep},
-        {H::noAgents(), HeroPose::asleep(), asleep},
-        {H::paused(now), HeroPose::paused(), "vigilmoth: Paused"},
-        {H::switchedOff(), HeroPose::off(), "vigilmoth: Off"},
-        {H::safetyStop(SafetyStop::batteryLow(18)), battery, attention},
-        {H::safetyStop(SafetyStop::weakCharger(18)), battery, attention},
-        {H::safetyStop(SafetyStop::tooHot()), HeroPose::safetyStop(HeroPose::SafetyKind::heat),
-         attention},
-    };
-    for (const auto& [headline, pose, label] : cases) {
-        SCOPED_TRACE(label);
-        EXPECT_EQ(MenuModel::pose(headline), pose);
-        EXPECT_EQ(RobotLook(pose).menuBar().accessibilityLabel(), label);
+    const char* kinds[] = {"awake",  "safety stop", "reachable", "attentive",
+                           "asleep", "off",         "paused",    "helper off"};
+    std::string out;
+    for (const auto& headline :
+         {H::working(one), H::finishedRecently(one), H::open(one), H::alwaysOn(), H::reachable(now),
+          H::remoteAccess(), H::waitingHeld(one), H::waitingReleased(one), H::idle(one),
+          H::noAgents(), H::paused(now), H::switchedOff(),
+          H::safetyStop(SafetyStop::batteryLow(18)), H::safetyStop(SafetyStop::weakCharger(18)),
+          H::safetyStop(SafetyStop::tooHot())}) {
+        const auto pose = MenuModel::pose(headline);
+        const RobotLook look(pose);
+        out += std::string(kinds[static_cast<int>(pose.kind)]) + " " + std::to_string(look.wisps) +
+               (look.warning ? look.warning == HeroPose::SafetyKind::heat ? " heat" : " battery"
+                             : "") +
+               " | " + look.menuBar().accessibilityLabel(MachineWord::mac()) + " | " +
+               look.menuBar().accessibilityLabel(MachineWord::computer()) + "\n";
     }
-    EXPECT_EQ(RobotLook(HeroPose::helperOff()).menuBar().accessibilityLabel(), attention);
-    EXPECT_EQ(RobotLook(HeroPose::awake(3)).wisps, 3);
-    EXPECT_EQ(RobotLook(HeroPose::safetyStop(HeroPose::SafetyKind::heat)).warning,
-              HeroPose::SafetyKind::heat);
-    EXPECT_EQ(RobotLook(HeroPose::awake(2)).menuBar().accessibilityLabel(MachineWord::computer()),
-              "vigilmoth: Your computer stays awake");
+    testing::expectGolden("ui/menu-bar-poses.txt", out);
+    EXPECT_EQ(RobotLook(HeroPose::helperOff()).menuBar().accessibilityLabel(),
+              "vigilmoth: Needs attention");
     // Closed eyes are told apart by the pause and the opacity alone.
     using Eyes = MenuBarLook::Eyes;
     EXPECT_EQ((MenuBarLook{Eyes::closed, false, 0.5, false}).accessibilityLabel(),
               "vigilmoth: Off");
-    EXPECT_EQ((MenuBarLook{Eyes::closed, false, 1.0, false}).accessibilityLabel(), asleep);
+    EXPECT_EQ((MenuBarLook{Eyes::closed, false, 1.0, false}).accessibilityLabel(MachineWord::mac()),
+              "vigilmoth: Your Mac can sleep");
     EXPECT_EQ((MenuBarLook{Eyes::closed, false, 0.5, true}).accessibilityLabel(),
               "vigilmoth: Paused");
 }

@@ -40,47 +40,33 @@ AgentNotice::Session session(std::int32_t pid, std::optional<std::int32_t> owner
     return {{pid, 100.5}, "claude", "Claude Code", "my-project", owner, workedFor, failed};
 }
 
+// One session is named and targeted, several are counted; a finish too short to name says
+// nothing of its length (40 s).
 TEST(AgentNoticeTextTest, OneSessionIsNamedAndTargetedSeveralAreCounted) {
     const Date at(1767225600.0125);
-    auto content = AgentNoticeText::content(
-        {AgentNoticeKind::waiting, {session(812, 77)}},
-        SleepOutlook::letsGoIn(290, SleepOutlook::After::timerUnknown()), at, MachineWord::mac());
-    EXPECT_EQ(std::tie(content.key, content.id, content.thread, content.title, content.subtitle),
-              std::tuple("waiting-812", "waiting-812-1767225600013", "agent-claude",
-                         "Claude Code is waiting for you", "my-project"));
-    EXPECT_EQ(content.body, "vigilmoth keeps your Mac awake for 4 more minutes");
-    EXPECT_TRUE(content.sound);
-    EXPECT_EQ(std::tie(content.ownerPid, content.agent),
-              std::tuple(77, ProcessIdentity{812, 100.5}));
-
-    const auto sleeps = SleepOutlook::sleepsIn(30);
-    auto waiting = AgentNoticeText::content(
-        {AgentNoticeKind::waiting, {session(1, 7), session(2, 7)}}, sleeps, at);
-    EXPECT_EQ(std::tie(waiting.title, waiting.key, waiting.thread),
-              std::tuple("2 agents are waiting for you", "agents-waiting", "agents"));
-    EXPECT_EQ(waiting.subtitle, std::nullopt);
-    EXPECT_EQ(std::tie(waiting.ownerPid, waiting.agent), std::tuple(7, std::nullopt));
-    auto finished = AgentNoticeText::content(
-        {AgentNoticeKind::finished, {session(1, 7, 600), session(2, 8, 600), session(3, {})}},
-        sleeps, at);
-    EXPECT_EQ(std::tie(finished.title, finished.key),
-              std::tuple("3 agents finished", "agents-finished"));
-    EXPECT_EQ(std::tie(finished.body, finished.ownerPid), std::tuple(std::nullopt, std::nullopt));
-}
-
-TEST(AgentNoticeTextTest, FinishedTitlesAndBodies) {
+    const auto sleeps = SleepOutlook::sleepsIn(30), none = SleepOutlook::nothingSaid();
+    const std::pair<AgentNotice, SleepOutlook> notices[] = {
+        {{AgentNoticeKind::waiting, {session(812, 77)}},
+         SleepOutlook::letsGoIn(290, SleepOutlook::After::timerUnknown())},
+        {{AgentNoticeKind::waiting, {session(1, 7), session(2, 7)}}, sleeps},
+        {{AgentNoticeKind::finished, {session(1, 7, 600), session(2, 8, 600), session(3, {})}},
+         sleeps},
+        {{AgentNoticeKind::finished, {session(1, 7, 3700)}}, none},
+        {{AgentNoticeKind::finished, {session(1, 7, 120, true)}}, none},
+        {{AgentNoticeKind::finished, {session(1, 7, 40)}}, none},
+        {{AgentNoticeKind::finished, {session(1, 7)}}, none},
+        {{AgentNoticeKind::waiting, {{{812, 1}, "codex", "Codex"}}}, SleepOutlook::sleepsIn(200)},
+    };
     std::string out;
-    // 40 seconds is too short to name.
-    for (const auto& session :
-         {session(1, 7, 3700), session(1, 7, 120, true), session(1, 7, 40), session(1, 7)}) {
-        auto content = AgentNoticeText::content({AgentNoticeKind::finished, {session}},
-                                                SleepOutlook::nothingSaid(), now);
-        out += content.key + ": " + content.title + " | " + content.body.value_or("-") + "\n";
+    for (const auto& [notice, outlook] : notices) {
+        for (const auto m : words) {
+            const auto c = AgentNoticeText::content(notice, outlook, at, m);
+            out += c.key + " " + c.id + " " + c.thread + (c.sound ? " (sound)" : "") + " owner " +
+                   (c.ownerPid ? std::to_string(*c.ownerPid) : "-") + " agent " +
+                   (c.agent ? std::to_string(c.agent->pid) : "-") + "\n  " + c.title + " | " +
+                   c.subtitle.value_or("-") + " | " + c.body.value_or("-") + "\n";
+        }
     }
-    const AgentNotice waiting{AgentNoticeKind::waiting, {{{812, 1}, "codex", "Codex"}}};
-    for (const auto m : words)
-        out +=
-            *AgentNoticeText::content(waiting, SleepOutlook::sleepsIn(200), Date(0), m).body + "\n";
     expectGolden("ui/agent-notices.txt", out);
 }
 
