@@ -150,12 +150,14 @@ TEST(LabCommandsTest, AMarkIsAppendedAsAWholeLineToTheRunningRecording) {
 // so 700's wait was told first.
 TEST(LabCommandsTest, ScoresAndNoticesOfRecordingsLineForLine) {
     LabHome home;
+    int compared = 0;
     for (const char* name : {"held-and-released", "no-header", "half-written", "unknown-mode",
                              "sleep-gap", "header-only", "notices"}) {
         for (const char* command : {"score", "notices"}) {
             const auto golden = "lab/expected/" + std::string(name) + "." + command + ".txt";
             if (!fs::exists(fixture(golden))) continue;
             SCOPED_TRACE(golden);
+            ++compared;
             auto result = home.run({"--lab-" + std::string(command),
                                     fixture("lab/" + std::string(name) + ".jsonl").string()});
             EXPECT_EQ(result.status, 0);
@@ -167,6 +169,7 @@ TEST(LabCommandsTest, ScoresAndNoticesOfRecordingsLineForLine) {
             expectGolden(golden, result.out);
         }
     }
+    EXPECT_EQ(compared, 10);
     auto kolkata =
         home.run({"--lab-score", fixture("lab/held-and-released.jsonl").string()}, "Asia/Kolkata");
     EXPECT_NE(kolkata.out.find("  05:30:05 idle: seen after 65.0 s\n"), std::string::npos)
