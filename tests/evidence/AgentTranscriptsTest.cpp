@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <random>
+#include <sstream>
 
 #include "evidence/CodexRolloutReader.h"
 #include "evidence/CodexRolloutTracker.h"
@@ -24,35 +25,10 @@ using testing::described;
 
 const char* kInTurn = "working: in a turn";
 
-struct Rollout {
-    const char* id;  // the start of the session's id, which names the file
-    const char* cwd;
-    // Lines kept, and the reading after them.
-    std::vector<std::pair<std::size_t, const char*>> cuts;
-};
-
-const std::vector<Rollout> kRollouts{
-    {"019c8a4c",
-     "/redacted/path/fa3f7eaace",
-     {{7, "idle"}, {8, kInTurn}, {186, "idle"}, {187, kInTurn}, {525, "idle"}, {702, "idle"}}},
-    {"019c8a4d", "/redacted/path/da0ba47443", {{8, kInTurn}, {416, kInTurn}, {417, "idle"}}},
-    // Its last turn is started again without an end; the newest start decides.
-    {"019c8a53", "/redacted/path/59b923df4d", {{267, "idle"}, {500, kInTurn}, {837, kInTurn}}},
-    // A session of two days; at line 1000 its turn began 550 lines (260 KB) before.
-    {"019c8a59", "/redacted/path/59b923df4d", {{130, "idle"}, {1000, kInTurn}, {2722, "idle"}}},
-    {"019c8a70", "/redacted/path/da0ba47443", {{7, "idle"}, {19, kInTurn}}},
-    {"019c8bfe", "/redacted/path/ea96e59ed9", {{62, kInTurn}, {63, "idle"}}},
-    {"019e1625",
-     "/Users/Sample_User/repos/codemie-ai/codemie-code",
-     {{1, "idle"}, {2, kInTurn}, {19, "idle"}, {200, kInTurn}, {386, "idle"}}},
-    // No turn markers at all: nothing says a turn is going on.
-    {"019e1695", "/Users/Sample_User/naya", {{50, "idle"}, {99, "idle"}}},
-};
-
-std::string fixturePath(const Rollout& rollout) {
+std::string fixturePath(const std::string& id) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(
              testing::fixture("codex-rollouts/sessions"))) {
-        if (entry.path().filename().string().find(rollout.id) != std::string::npos)
+        if (entry.path().filename().string().find(id) != std::string::npos)
             return entry.path().string();
     }
     return "";
@@ -67,27 +43,35 @@ std::string reading(CodexRolloutTracker& tracker, const std::string& path) {
 TEST(CodexRolloutTest, RealRolloutsReadAsAPersonWouldAtFirstSightAndWhileWritten) {
     testing::TemporaryFolder folder;
     std::mt19937 random(5);
-    for (const auto& rollout : kRollouts) {
-        std::string text = testing::readFile(fixturePath(rollout));
+    std::istringstream rollouts(testing::readFile(testing::fixture("codex-rollouts/cuts.txt")));
+    int count = 0;
+    for (std::string line; std::getline(rollouts, line);) {
+        std::istringstream fields(line);
+        std::string id, cwd, cut;
+        if (line.starts_with("#") || !(fields >> id >> cwd)) continue;
+        ++count;
+        std::string text = testing::readFile(fixturePath(id));
         testing::CountingFileAccess files;
         CodexRolloutReader reader(files, "");
-        EXPECT_EQ(reader.sessionCwd(fixturePath(rollout)), rollout.cwd);
+        EXPECT_EQ(reader.sessionCwd(fixturePath(id)), cwd);
         EXPECT_LE(files.bytesRead, 4096u) << "the directory comes early in the first line";
         std::string fresh = folder / "fresh.jsonl", followed = folder / "followed.jsonl";
         std::filesystem::remove(followed);
         CodexRolloutTracker tracker(files);
         std::size_t written = 0;
-        for (const auto& [lines, expected] : rollout.cuts) {
-            SCOPED_TRACE(std::string(rollout.id) + " after line " + std::to_string(lines));
-            std::string cut = testing::firstLines(text, lines);
-            testing::writeFile(fresh, cut);
+        while (fields >> cut) {
+            SCOPED_TRACE(id + " after line " + cut);
+            const std::size_t lines = std::stoul(cut);
+            const std::string expected = cut.ends_with(":turn") ? kInTurn : "idle";
+            std::string kept = testing::firstLines(text, lines);
+            testing::writeFile(fresh, kept);
             CodexRolloutTracker first(files);
             EXPECT_EQ(reading(first, fresh), expected);
             // The writer appends in pieces that cut lines anywhere; each piece is one tick.
-            while (written < cut.size()) {
+            while (written < kept.size()) {
                 std::size_t piece =
-                    std::min<std::size_t>(cut.size() - written, 1 + random() % 40000);
-                std::ofstream(followed, std::ios::app) << cut.substr(written, piece);
+                    std::min<std::size_t>(kept.size() - written, 1 + random() % 40000);
+                std::ofstream(followed, std::ios::app) << kept.substr(written, piece);
                 written += piece;
                 tracker.read(followed);
                 tracker.endSample();
@@ -95,13 +79,13 @@ TEST(CodexRolloutTest, RealRolloutsReadAsAPersonWouldAtFirstSightAndWhileWritten
             EXPECT_EQ(reading(tracker, followed), expected);
         }
     }
+    EXPECT_EQ(count, 8);
 }
 
 TEST(CodexRolloutTest, FirstSightOfALongRolloutKeepsToTheBudgetAndResolvesOverTicks) {
     testing::TemporaryFolder folder;
     std::string path = folder / "rollout.jsonl";
-    testing::writeFile(path,
-                       testing::firstLines(testing::readFile(fixturePath(kRollouts[3])), 1000));
+    testing::writeFile(path, testing::firstLines(testing::readFile(fixturePath("019c8a59")), 1000));
     testing::CountingFileAccess files;
     const std::uint64_t budget = 100000;
     CodexRolloutTracker tracker(files, budget);

@@ -230,11 +230,9 @@ TEST(LabRecorderTest, RecordingsAreNamedFromTheLabelAndTheNewestIsFound) {
 
     testing::TemporaryFolder folder;
     EXPECT_EQ(LabRecorder::newestRecording(folder / "missing"), std::nullopt);
-    for (const auto& [name, age] : std::vector<std::pair<const char*, int>>{{"a.json", 1},
-                                                                            {"b.JSONL", 1},
-                                                                            {"old.jsonl", 100},
-                                                                            {"new.jsonl", 10},
-                                                                            {"newer.json", 0}}) {
+    const std::map<std::string, int> ages = {
+        {"a.json", 1}, {"b.JSONL", 1}, {"old.jsonl", 100}, {"new.jsonl", 10}, {"newer.json", 0}};
+    for (const auto& [name, age] : ages) {
         testing::writeFile(folder / name, "{}\n");
         fs::last_write_time(folder / name,
                             fs::file_time_type::clock::now() - std::chrono::seconds(age));

@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <functional>
+#include <map>
 #include <sstream>
 
 #include "lab/LabReplay.h"
@@ -255,10 +256,10 @@ TEST(LabReplayTest, RealRunsReplayIntoWhatAUserExpects) {
 }
 
 using Step = SmokeMeasurements::Step;
-using Change = std::function<void(SmokeMeasurements&)>;
 
-// Ten quiet seconds with every step done, the menu open in seconds 3 and 4: healthy.
-SmokeMeasurements healthy(const Change& change = {}) {
+// Ten quiet seconds with every step done, the menu open in seconds 3 and 4: healthy; then the
+// changes, each "key=value": counts, "cpu" and "menu" as lists of seconds, a step's outcome.
+SmokeMeasurements healthy(const std::string& changes = "") {
     SmokeMeasurements m{.seconds = 10,
                         .ticks = 100,
                         .cpuBySecond = std::vector<double>(10, 1.0),
@@ -271,69 +272,62 @@ SmokeMeasurements healthy(const Change& change = {}) {
                         .iconToggle = Step::ok,
                         .settingsWindow = Step::skipped,
                         .panel = Step::ok};
-    if (change) change(m);
+    const std::map<std::string, std::int64_t*> counts = {{"ticks", &m.ticks},
+                                                         {"stall", &m.longestStallMs},
+                                                         {"scenes", &m.sceneEvaluations},
+                                                         {"samples", &m.samples}};
+    const std::map<std::string, Step*> steps = {
+        {"icon", &m.iconToggle}, {"settings", &m.settingsWindow}, {"panel", &m.panel}};
+    const std::map<std::string, Step> outcomes = {
+        {"failed", Step::failed}, {"skipped", Step::skipped}, {"notRun", Step::notRun}};
+    std::istringstream stream(changes);
+    for (std::string change; stream >> change;) {
+        const auto key = change.substr(0, change.find('=')), value = change.substr(key.size() + 1);
+        if (steps.contains(key)) {
+            *steps.at(key) = outcomes.at(value);
+            continue;
+        }
+        std::vector<double> list;
+        std::istringstream items(value);
+        for (std::string item; std::getline(items, item, ',');)
+            list.push_back(std::stod(item));
+        if (counts.contains(key)) *counts.at(key) = static_cast<std::int64_t>(list[0]);
+        if (key == "seconds") m.seconds = list[0];
+        if (key == "item" || key == "image")
+            (key == "item" ? m.statusItem : m.statusItemImage) = false;
+        if (key == "cpu") m.cpuBySecond = list;
+        if (key == "menu") m.panelSeconds.assign(list.begin(), list.end());
+    }
     return m;
 }
 
 TEST(SmokeHealthTest, EachLimitAtItsEdgeInItsOrder) {
-    const std::vector<std::tuple<const char*, Change, std::vector<std::string>>> cases = {
-        {"healthy", {}, {}},
-        {"at the limits",
-         [](auto& m) {
-             m.ticks = 80;
-             m.longestStallMs = 499;
-             m.sceneEvaluations = 499;
-             m.panel = m.iconToggle = Step::skipped;
-         },
-         {}},
-        {"past them",
-         [](auto& m) {
-             m.ticks = 79;
-             m.longestStallMs = 500;
-             m.sceneEvaluations = 500;
-             m.statusItemImage = false;
-             m.samples = 1;
-             m.settingsWindow = Step::failed;
-         },
+    const std::vector<std::pair<const char*, std::vector<std::string>>> cases = {
+        {"", {}},
+        {"ticks=80 stall=499 scenes=499 panel=skipped icon=skipped", {}},
+        {"ticks=79 stall=500 scenes=500 image=0 samples=1 settings=failed",
          {"main run loop ticked 79 times, expected about 100", "main thread stalled for 500 ms",
           "scenes worked out 50 times per second", "status item has no image",
           "engine gave 1 samples, expected 2 or more", "opening Preferences: failed"}},
-        {"no steady second",
-         [](auto& m) {
-             m.seconds = 3;
-             m.ticks = 30;
-             m.cpuBySecond = {1, 1, 1};
-             m.panel = Step::skipped;
-         },
+        {"seconds=3 ticks=30 cpu=1,1,1 panel=skipped",
          {"0 steady seconds to judge the processor time by, expected 2 or more"}},
-        {"median 15",
-         [](auto& m) { m.cpuBySecond = {0, 0, 0, 0, 0, 10, 20}; },
-         {"used 15.0% of one core in the median steady second"}},
-        {"mean 40",
-         [](auto& m) { m.cpuBySecond = {0, 0, 0, 0, 0, 1, 1, 118}; },
-         {"used 40.0% of one core over the steady seconds"}},
-        {"menu busy",
-         [](auto& m) { m.cpuBySecond[3] = m.cpuBySecond[4] = 12.04; },
+        {"cpu=0,0,0,0,0,10,20", {"used 15.0% of one core in the median steady second"}},
+        {"cpu=0,0,0,0,0,1,1,118", {"used 40.0% of one core over the steady seconds"}},
+        {"cpu=1,1,1,12.04,12.04,1,1,1,1,1",
          {"used 12.0% of one core in the median second with the menu open"}},
-        {"menu open a second",
-         [](auto& m) { m.panelSeconds = {3}; },
+        {"menu=3",
          {"1 seconds with the menu open to judge the processor time by, expected 2 or more"}},
-        {"no tray",
-         [](auto& m) {
-             m.statusItem = m.statusItemImage = false;
-             m.iconToggle = m.panel = Step::notRun;
-         },
+        {"item=0 image=0 icon=notRun panel=notRun",
          {"showing the menu: notRun", "no status item", "hiding and showing the icon: notRun"}},
     };
-    for (const auto& [name, change, failures] : cases) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(SmokeHealth::failures(healthy(change)), failures);
+    for (const auto& [changes, failures] : cases) {
+        SCOPED_TRACE(changes);
+        EXPECT_EQ(SmokeHealth::failures(healthy(changes)), failures);
     }
 }
 
 TEST(SmokeHealthTest, TheLineIsSortedJSONWithTheHangFirst) {
-    const auto line = SmokeHealth::line(healthy([](auto& m) { m.sceneEvaluations = 12; }),
-                                        "the main thread hung");
+    const auto line = SmokeHealth::line(healthy("scenes=12"), "the main thread hung");
     EXPECT_EQ(line.find(R"({"failures":["the main thread hung"],"healthy":false,"measurements":)"),
               0u)
         << line;
