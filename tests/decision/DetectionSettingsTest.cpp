@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "base/DefaultsKeys.h"
+#include "base/Golden.h"
 #include "catalog/AgentCatalog.h"
 #include "decision/DetectionSettings.h"
 #include "decision/DetectionSettingsStore.h"
@@ -53,13 +54,7 @@ TEST(DetectionSettingsTest, EncodingKeepsTheFieldOrderAndReadsBack) {
                            {"user:my/tool", AgentRule::alwaysWorkingWhileOpen}};
     settings.userAgentNames = {"my/tool", "Other"};
     auto text = encodeJSONText(settings);
-    EXPECT_EQ(text,
-              R"({"releaseAfterState":60.5,"releaseAfterActivity":300.0,"waitingHold":300.0,)"
-              R"("weakEvidenceCap":1800.0,"batteryFloorPercent":50,"batteryFloorEnabled":true,)"
-              R"("stayAwakeLidClosedOnBattery":true,"displayOffLidClosed":true,)"
-              R"("dimAsLidCloses":false,"stayAwakeForRemoteAccess":true,)"
-              R"("agentRules":{"codex":"ignore","user:my\/tool":"alwaysWorkingWhileOpen"},)"
-              R"("userAgentNames":["my\/tool","Other"]})");
+    testing::expectGolden("decision/settings-encoded.json", text);
     EXPECT_EQ(decodeJSONText<DetectionSettings>(text), settings);
     EXPECT_EQ(settings.rule("codex"), AgentRule::ignore);
     EXPECT_EQ(settings.rule("claude"), AgentRule::automatic);

@@ -210,18 +210,21 @@ TEST(HoldPolicyTest, AWaitOnlyHoldEndsAtTheLatestWaitersEnd) {
     }
 }
 
-TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHold) {
-    const auto worker = reading("Codex", working);
+TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHoldAndOnlyAWaitOnlyHoldEnds) {
+    const auto worker = reading("Codex", working), waiter = reading("Codex", waiting);
     const auto one = HoldSubject::one("Codex");
     const auto alwaysPausedOffAndLow = HoldSituation{.mode = AwakeMode::always,
                                                      .enabled = false,
                                                      .pausedUntil = now + 60,
                                                      .safetyStop = SafetyStop::batteryLow(12)};
+    const auto remote = S{.context = FrameContext{.remoteAccessDetected = true}};
     struct Case {
         const char* name;
         HoldSituation situation;
         H headline;  // the hold, its flag and the causes stand or fall together
         bool hold;
+        bool waits = false;  // the agent waits (since 100 s) instead of working
+        std::optional<Date> waitingEnds = none;
     };
     const Case cases[] = {
         {"a plain hold", S{}, H::working(one), true},
@@ -238,14 +241,25 @@ TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHold) {
          S{.previousHold = true, .wake = W{.sleepAnnounced = true}}, H::working(one), true},
         {"but not the settling after a sleep", S{.previousHold = true, .wake = W{.settling = true}},
          H::idle(one), false},
+        {"a wait ends", S{}, H::waitingHeld(one), true, true, now + 200},
+        {"a reachable end that passed", S{.reachableUntil = now}, H::waitingHeld(one), true, true,
+         now + 200},
+        {"agentOpen", S{.mode = agentOpen}, H::waitingHeld(one), true, true},
+        {"always", S{.mode = AwakeMode::always}, H::alwaysOn(), true, true},
+        {"reachable", S{.reachableUntil = now + 1}, H::waitingHeld(one), true, true},
+        {"remote access", remote, H::waitingHeld(one), true, true},
     };
+    PolicyMemory waited;
+    waited.instances[waiter.identity] = instance(none, 100);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const auto outcome = HoldPolicy::decide({worker}, {}, {}, c.situation, now);
+        const auto& agent = c.waits ? waiter : worker;
+        const auto outcome =
+            HoldPolicy::decide({agent}, c.waits ? waited : PolicyMemory{}, {}, c.situation, now);
         const auto& d = outcome.decision;
-        EXPECT_EQ(std::tie(d.hold, d.lidClosedFlag, d.headline),
-                  std::tie(c.hold, c.hold, c.headline));
-        EXPECT_EQ(d.waitingEnds, none);
+        EXPECT_EQ(std::tie(d.hold, d.lidClosedFlag, d.headline, d.waitingEnds),
+                  std::tie(c.hold, c.hold, c.headline, c.waitingEnds));
+        if (c.waits) continue;
         EXPECT_EQ(d.perAgent, (Holds{{worker, c.hold ? std::optional(C::working) : none}}));
         // The memory moves on whatever overrides the hold.
         EXPECT_EQ(outcome.memory.instances.at(worker.identity).lastWorkingAt, now);
@@ -255,31 +269,6 @@ TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHold) {
     const auto flagless = HoldPolicy::decide({worker}, {}, noLidFlag, {}, now).decision;
     EXPECT_TRUE(flagless.hold);
     EXPECT_FALSE(flagless.lidClosedFlag);
-}
-
-TEST(HoldPolicyTest, AWaitingEndIsGivenOnlyWhenNothingElseCouldHold) {
-    const auto waiter = reading("Codex", waiting);
-    PolicyMemory memory;
-    memory.instances[waiter.identity] = instance(none, 100);
-    struct Case {
-        const char* name;
-        HoldSituation situation;
-        std::optional<Date> expected;
-    };
-    const Case cases[] = {
-        {"agentWorking", S{}, now + 200},
-        {"a reachable end that passed", S{.reachableUntil = now}, now + 200},
-        {"agentOpen", S{.mode = agentOpen}, none},
-        {"always", S{.mode = AwakeMode::always}, none},
-        {"reachable", S{.reachableUntil = now + 1}, none},
-        {"remote access", S{.context = FrameContext{.remoteAccessDetected = true}}, none},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const auto decision = HoldPolicy::decide({waiter}, memory, {}, c.situation, now).decision;
-        EXPECT_TRUE(decision.hold);
-        EXPECT_EQ(decision.waitingEnds, c.expected);
-    }
 }
 
 }  // namespace
