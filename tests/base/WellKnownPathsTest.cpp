@@ -1,38 +1,36 @@
-// Show that vigilmoth's folders follow each platform's conventions, XDG's fallbacks included.
+// Show that vigilmoth's folders follow each platform's conventions, XDG's fallbacks included,
+// and that the runtime folder falls back to a private temporary folder.
 #include "base/WellKnownPaths.h"
 
 #include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "base/Golden.h"
 
 namespace vigilmoth {
 namespace {
 
 TEST(WellKnownPathsTest, FoldersFollowThePlatformAndXdg) {
-    const std::string home = "/home/ada/.local/share/com.vigilmoth.app";
-    const std::tuple<const char*, std::optional<std::string>, HostPlatform, std::string> cases[] = {
-        {"macOS ignores XDG", "/data", HostPlatform::macos,
-         "/home/ada/Library/Application Support/com.vigilmoth.app"},
-        {"Linux default", std::nullopt, HostPlatform::linux, home},
-        {"Linux XDG_DATA_HOME", "/data", HostPlatform::linux, "/data/com.vigilmoth.app"},
-        {"relative XDG ignored", "data", HostPlatform::linux, home},
-        {"empty XDG ignored", "", HostPlatform::linux, home}};
-    for (const auto& [name, xdgDataHome, platform, support] : cases) {
-        SCOPED_TRACE(name);
-        PathEnvironment environment{.home = "/home/ada", .userID = 1000};
-        environment.xdgDataHome = xdgDataHome;
-        EXPECT_EQ(WellKnownPaths::applicationSupport(environment, platform), support);
-    }
-}
-
-TEST(WellKnownPathsTest, RuntimeFolderFallsBackToAPrivateTemporaryFolder) {
-    PathEnvironment environment{.home = "/home/ada", .userID = 1000};
-    EXPECT_EQ(WellKnownPaths::runtime(environment), "/tmp/com.vigilmoth.app-1000");
-    environment.xdgRuntimeDir = "/run/user/1000";
-    EXPECT_EQ(WellKnownPaths::runtime(environment), "/run/user/1000/com.vigilmoth.app");
-    EXPECT_EQ(WellKnownPaths::configuration(environment), "/home/ada/.config/com.vigilmoth.app");
-    EXPECT_EQ(WellKnownPaths::autostartEntry(environment),
-              "/home/ada/.config/autostart/vigilmoth.desktop");
-    environment.xdgConfigHome = "/cfg";
-    EXPECT_EQ(WellKnownPaths::autostartEntry(environment), "/cfg/autostart/vigilmoth.desktop");
+    testing::expectEachLineReads("base/well-known-paths.txt", [](const std::string& line) {
+        std::istringstream words(line);
+        std::string platform, data, runtime, config;
+        words >> platform >> data >> runtime >> config;
+        auto value = [](const std::string& word) -> std::optional<std::string> {
+            if (word == "-") return std::nullopt;
+            return word == "''" ? "" : word;
+        };
+        const PathEnvironment environment{.home = "/home/ada",
+                                          .xdgDataHome = value(data),
+                                          .xdgConfigHome = value(config),
+                                          .xdgRuntimeDir = value(runtime),
+                                          .userID = 1000};
+        return WellKnownPaths::applicationSupport(
+                   environment, platform == "macos" ? HostPlatform::macos : HostPlatform::linux) +
+               ", " + WellKnownPaths::runtime(environment) + ", " +
+               WellKnownPaths::configuration(environment) + ", " +
+               WellKnownPaths::autostartEntry(environment);
+    });
 }
 
 }  // namespace

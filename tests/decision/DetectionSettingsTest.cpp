@@ -1,47 +1,32 @@
 // Show that stored settings decode forgivingly, clamped, and fail whole on a wrong type, and
 // that the settings store loads, saves and migrates them from the legacy allowlist.
 #include <random>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "base/DefaultsKeys.h"
+#include "base/Golden.h"
 #include "catalog/AgentCatalog.h"
 #include "decision/DetectionSettings.h"
 #include "decision/DetectionSettingsStore.h"
 #include "support/FuzzInput.h"
+#include "support/TestSupport.h"
 
 namespace vigilmoth {
 namespace {
 
 TEST(DetectionSettingsTest, MissingKeysTakeTheDefaultsAndOutOfRangeValuesAreClamped) {
-    struct Case {
+    std::istringstream lines(testing::readFile(testing::fixture("decision/settings-clamped.txt")));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with('#')) continue;
+        SCOPED_TRACE(line);
+        std::istringstream read(line);
         std::string text;
-        double releaseAfterState, weakEvidenceCap;
-        int batteryFloorPercent;
-    };
-    const Case cases[] = {
-        {"{}", 120, 1800, 20},
-        {R"({"waitingHold":null})", 120, 1800, 20},
-        {R"({"releaseAfterState":0.5})", 120, 1800, 20},
-        {R"({"releaseAfterState":1})", 1, 1800, 20},
-        {R"({"releaseAfterState":-50})", 120, 1800, 20},
-        {R"({"releaseAfterState":100000})", 86400, 1800, 20},
-        {R"({"releaseAfterState":86400})", 86400, 1800, 20},
-        {R"({"releaseAfterState":1e308})", 86400, 1800, 20},
-        {R"({"weakEvidenceCap":3600.5})", 120, 3600.5, 20},
-        {R"({"weakEvidenceCap":0.999})", 120, 1800, 20},
-        {R"({"batteryFloorPercent":2})", 120, 1800, 5},
-        {R"({"batteryFloorPercent":90})", 120, 1800, 50},
-        {R"({"batteryFloorPercent":-9223372036854775808})", 120, 1800, 5},
-        {R"({"batteryFloorPercent":30.0})", 120, 1800, 30},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
         auto expected = DetectionSettings{};
-        expected.releaseAfterState = c.releaseAfterState;
-        expected.weakEvidenceCap = c.weakEvidenceCap;
-        expected.batteryFloorPercent = c.batteryFloorPercent;
-        EXPECT_EQ(decodeJSONText<DetectionSettings>(c.text), expected);
+        read >> text >> expected.releaseAfterState >> expected.weakEvidenceCap >>
+            expected.batteryFloorPercent;
+        EXPECT_EQ(decodeJSONText<DetectionSettings>(text), expected);
     }
     // Each duration is clamped on its own and falls back to its own default.
     auto settings =
@@ -52,22 +37,9 @@ TEST(DetectionSettingsTest, MissingKeysTakeTheDefaultsAndOutOfRangeValuesAreClam
 }
 
 TEST(DetectionSettingsTest, AValueOfTheWrongTypeFailsTheWholeDecode) {
-    for (const char* text : {
-             R"({"releaseAfterState":"x"})",
-             R"({"waitingHold":true})",
-             R"({"batteryFloorPercent":20.5})",
-             R"({"batteryFloorPercent":"20"})",
-             R"({"batteryFloorPercent":1e300})",
-             R"({"batteryFloorEnabled":1})",
-             R"({"dimAsLidCloses":"true"})",
-             R"({"agentRules":[]})",
-             R"({"agentRules":{"codex":"sometimes"}})",
-             R"({"agentRules":{"codex":1}})",
-             R"({"userAgentNames":"mytool"})",
-             R"({"userAgentNames":["mytool",1]})",
-             R"([])",
-             R"(not json)",
-         }) {
+    std::istringstream texts(
+        testing::readFile(testing::fixture("decision/settings-wrong-type.txt")));
+    for (std::string text; std::getline(texts, text);) {
         SCOPED_TRACE(text);
         EXPECT_FALSE(decodeJSONText<DetectionSettings>(text));
     }
@@ -82,13 +54,7 @@ TEST(DetectionSettingsTest, EncodingKeepsTheFieldOrderAndReadsBack) {
                            {"user:my/tool", AgentRule::alwaysWorkingWhileOpen}};
     settings.userAgentNames = {"my/tool", "Other"};
     auto text = encodeJSONText(settings);
-    EXPECT_EQ(text,
-              R"({"releaseAfterState":60.5,"releaseAfterActivity":300.0,"waitingHold":300.0,)"
-              R"("weakEvidenceCap":1800.0,"batteryFloorPercent":50,"batteryFloorEnabled":true,)"
-              R"("stayAwakeLidClosedOnBattery":true,"displayOffLidClosed":true,)"
-              R"("dimAsLidCloses":false,"stayAwakeForRemoteAccess":true,)"
-              R"("agentRules":{"codex":"ignore","user:my\/tool":"alwaysWorkingWhileOpen"},)"
-              R"("userAgentNames":["my\/tool","Other"]})");
+    testing::expectGolden("decision/settings-encoded.json", text);
     EXPECT_EQ(decodeJSONText<DetectionSettings>(text), settings);
     EXPECT_EQ(settings.rule("codex"), AgentRule::ignore);
     EXPECT_EQ(settings.rule("claude"), AgentRule::automatic);

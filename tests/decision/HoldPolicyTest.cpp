@@ -100,38 +100,40 @@ TEST(HoldPolicyTest, EachAgentsCauseIsTheFirstThatApplies) {
 
 TEST(HoldPolicyTest, TheHeadlineNamesTheFirstCauseInOrderThenReachableThenRemoteAccess) {
     const FrameContext remote{.remoteAccessDetected = true};
-    const FrameContext remoteOnBattery{.onBattery = true, .remoteAccessDetected = true};
     struct Case {
         const char* name;
         Holds holds;
         AwakeMode mode;
-        std::optional<Date> reachable;
-        FrameContext context;
         H expected;
+        std::optional<Date> reachable = none;
+        FrameContext context = {};
         bool remoteWanted = true;
     };
     const auto a = reading("A", idle, 1), b = reading("B", idle, 2), c3 = reading("C", idle, 3);
     const auto one = [](const char* name) { return HoldSubject::one(name); };
+    const auto many = HoldSubject::many;
     const Case cases[] = {
-        {"always", Holds{{a, C::working}}, AwakeMode::always, none, FrameContext{}, H::alwaysOn()},
+        {"always", Holds{{a, C::working}}, AwakeMode::always, H::alwaysOn()},
         {"working beats waiting", Holds{{a, C::waitingForUser}, {b, C::working}}, agentWorking,
-         none, FrameContext{}, H::working(one("B"))},
-        {"many working", Holds{{a, C::working}, {b, C::open}, {c3, C::working}}, agentOpen, none,
-         FrameContext{}, H::working(HoldSubject::many(2))},
+         H::working(one("B"))},
+        {"many working", Holds{{a, C::working}, {b, C::open}, {c3, C::working}}, agentOpen,
+         H::working(many(2))},
         {"waiting beats finished", Holds{{a, C::finishedRecently}, {b, C::waitingForUser}},
-         agentWorking, none, FrameContext{}, H::waitingHeld(one("B"))},
-        {"finished beats open", Holds{{a, C::open}, {b, C::finishedRecently}}, agentOpen, none,
-         FrameContext{}, H::finishedRecently(one("B"))},
-        {"open", Holds{{a, C::open}, {b, C::open}}, agentOpen, none, FrameContext{},
-         H::open(HoldSubject::many(2))},
-        {"a cause beats reachable", Holds{{a, C::open}}, agentOpen, now + 60, FrameContext{},
-         H::open(one("A"))},
-        {"reachable", Holds{{a, none}}, agentWorking, now + 60, remote, H::reachable(now + 60)},
-        {"remote access while plugged in", Holds{{a, none}}, agentWorking, none, remote,
-         H::remoteAccess()},
-        {"remote access on battery", Holds{{a, none}}, agentWorking, none, remoteOnBattery,
-         H::idle(one("A"))},
-        {"remote access switched off", Holds{}, agentWorking, none, remote, H::noAgents(), false},
+         agentWorking, H::waitingHeld(one("B"))},
+        {"finished beats open", Holds{{a, C::open}, {b, C::finishedRecently}}, agentOpen,
+         H::finishedRecently(one("B"))},
+        {"open", Holds{{a, C::open}, {b, C::open}}, agentOpen, H::open(many(2))},
+        {"a cause beats reachable", Holds{{a, C::open}}, agentOpen, H::open(one("A")), now + 60},
+        {"reachable", Holds{{a, none}}, agentWorking, H::reachable(now + 60), now + 60, remote},
+        {"remote access while plugged in", Holds{{a, none}}, agentWorking, H::remoteAccess(), none,
+         remote},
+        {"remote access on battery",
+         Holds{{a, none}},
+         agentWorking,
+         H::idle(one("A")),
+         none,
+         {.onBattery = true, .remoteAccessDetected = true}},
+        {"remote access switched off", Holds{}, agentWorking, H::noAgents(), none, remote, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -208,18 +210,21 @@ TEST(HoldPolicyTest, AWaitOnlyHoldEndsAtTheLatestWaitersEnd) {
     }
 }
 
-TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHold) {
-    const auto worker = reading("Codex", working);
+TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHoldAndOnlyAWaitOnlyHoldEnds) {
+    const auto worker = reading("Codex", working), waiter = reading("Codex", waiting);
     const auto one = HoldSubject::one("Codex");
     const auto alwaysPausedOffAndLow = HoldSituation{.mode = AwakeMode::always,
                                                      .enabled = false,
                                                      .pausedUntil = now + 60,
                                                      .safetyStop = SafetyStop::batteryLow(12)};
+    const auto remote = S{.context = FrameContext{.remoteAccessDetected = true}};
     struct Case {
         const char* name;
         HoldSituation situation;
         H headline;  // the hold, its flag and the causes stand or fall together
         bool hold;
+        bool waits = false;  // the agent waits (since 100 s) instead of working
+        std::optional<Date> waitingEnds = none;
     };
     const Case cases[] = {
         {"a plain hold", S{}, H::working(one), true},
@@ -236,14 +241,25 @@ TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHold) {
          S{.previousHold = true, .wake = W{.sleepAnnounced = true}}, H::working(one), true},
         {"but not the settling after a sleep", S{.previousHold = true, .wake = W{.settling = true}},
          H::idle(one), false},
+        {"a wait ends", S{}, H::waitingHeld(one), true, true, now + 200},
+        {"a reachable end that passed", S{.reachableUntil = now}, H::waitingHeld(one), true, true,
+         now + 200},
+        {"agentOpen", S{.mode = agentOpen}, H::waitingHeld(one), true, true},
+        {"always", S{.mode = AwakeMode::always}, H::alwaysOn(), true, true},
+        {"reachable", S{.reachableUntil = now + 1}, H::waitingHeld(one), true, true},
+        {"remote access", remote, H::waitingHeld(one), true, true},
     };
+    PolicyMemory waited;
+    waited.instances[waiter.identity] = instance(none, 100);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const auto outcome = HoldPolicy::decide({worker}, {}, {}, c.situation, now);
+        const auto& agent = c.waits ? waiter : worker;
+        const auto outcome =
+            HoldPolicy::decide({agent}, c.waits ? waited : PolicyMemory{}, {}, c.situation, now);
         const auto& d = outcome.decision;
-        EXPECT_EQ(std::tie(d.hold, d.lidClosedFlag, d.headline),
-                  std::tie(c.hold, c.hold, c.headline));
-        EXPECT_EQ(d.waitingEnds, none);
+        EXPECT_EQ(std::tie(d.hold, d.lidClosedFlag, d.headline, d.waitingEnds),
+                  std::tie(c.hold, c.hold, c.headline, c.waitingEnds));
+        if (c.waits) continue;
         EXPECT_EQ(d.perAgent, (Holds{{worker, c.hold ? std::optional(C::working) : none}}));
         // The memory moves on whatever overrides the hold.
         EXPECT_EQ(outcome.memory.instances.at(worker.identity).lastWorkingAt, now);
@@ -253,68 +269,6 @@ TEST(HoldPolicyTest, SafetySwitchPauseAndWakeGateOverrideAHold) {
     const auto flagless = HoldPolicy::decide({worker}, {}, noLidFlag, {}, now).decision;
     EXPECT_TRUE(flagless.hold);
     EXPECT_FALSE(flagless.lidClosedFlag);
-}
-
-TEST(HoldPolicyTest, AWaitingEndIsGivenOnlyWhenNothingElseCouldHold) {
-    const auto waiter = reading("Codex", waiting);
-    PolicyMemory memory;
-    memory.instances[waiter.identity] = instance(none, 100);
-    struct Case {
-        const char* name;
-        HoldSituation situation;
-        std::optional<Date> expected;
-    };
-    const Case cases[] = {
-        {"agentWorking", S{}, now + 200},
-        {"a reachable end that passed", S{.reachableUntil = now}, now + 200},
-        {"agentOpen", S{.mode = agentOpen}, none},
-        {"always", S{.mode = AwakeMode::always}, none},
-        {"reachable", S{.reachableUntil = now + 1}, none},
-        {"remote access", S{.context = FrameContext{.remoteAccessDetected = true}}, none},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        const auto decision = HoldPolicy::decide({waiter}, memory, {}, c.situation, now).decision;
-        EXPECT_TRUE(decision.hold);
-        EXPECT_EQ(decision.waitingEnds, c.expected);
-    }
-}
-
-AgentEvidence codexReporting(ReportedState state, double t) {
-    auto evidence = agent("codex");
-    evidence.displayName = "Codex";
-    evidence.reported = report(state, Source::codexRollout, at(t));
-    return evidence;
-}
-
-std::string headline(const TickRun& run) {
-    return HoldHeadlineText::text(run.decision.headline);
-}
-
-// From evidence to decision over many ticks.
-TEST(HoldPolicyTest, AWaitHoldsForWaitingHoldThenLetsTheMacSleep) {
-    TickRun run;
-    for (double t = 0; t <= 20; t += 2)
-        run.tickOne(at(t), codexReporting(working, t));
-    EXPECT_EQ(headline(run), "Awake: Codex is working");
-    EXPECT_EQ(run.decision.waitingEnds, std::nullopt);
-    // The wait starts at t = 22 and holds until t = 322.
-    for (double t = 22; t <= 400; t += 2) {
-        run.tickOne(at(t), codexReporting(waiting, t));
-        SCOPED_TRACE(t);
-        const bool held = t < 322;
-        EXPECT_EQ(run.decision.hold, held);
-        EXPECT_EQ(headline(run), held ? "Awake: Codex is waiting for you"
-                                      : worded("Mac can sleep: Codex is waiting for you"));
-        EXPECT_EQ(run.decision.waitingEnds, held ? std::optional(at(322)) : std::nullopt);
-        EXPECT_EQ(run.decision.perAgent.at(0).cause,
-                  held ? std::optional(HoldCause::waitingForUser) : std::nullopt);
-    }
-    // Answering and waiting again starts a new hold.
-    run.tickOne(at(402), codexReporting(working, 402));
-    run.tickOne(at(404), codexReporting(waiting, 404));
-    EXPECT_TRUE(run.decision.hold);
-    EXPECT_EQ(run.decision.waitingEnds, at(704));
 }
 
 }  // namespace

@@ -76,36 +76,27 @@ TEST(SleepOutlookTest, OnlyAllThreeMachineFactsTogetherMeanSleepingAtOnce) {
 
 TEST(SleepReasonTest, WhyTheMachineSlept) {
     const auto subject = HoldSubject::one("Claude Code");
-    struct Case {
-        HoldHeadline headline;
-        bool agentActive, lidClosed, onBattery, helperSetUp, lidClosedWanted;
-        std::optional<SleepReason> reason;
+    const auto working = HoldHeadline::working(subject), paused = HoldHeadline::paused(Date(5));
+    using R = SleepReason;
+    // Each case: the headline; agent active, lid closed, on battery, helper set up and the lid
+    // setting, as 0/1 flags; the reason.
+    const std::tuple<HoldHeadline, const char*, std::optional<SleepReason>> cases[] = {
+        {working, "11101", R{R::LidClosedNoHelper{}}},
+        {working, "11110", R{R::LidClosedSettingOff{}}},
+        {working, "11111", {}},
+        {working, "11000", {}},
+        {working, "10100", {}},
+        {HoldHeadline::waitingReleased(subject), "10000", R{R::WaitedTooLong{subject, 600}}},
+        {HoldHeadline::safetyStop(SafetyStop::weakCharger(18)), "10000", R{R::Battery{18}}},
+        {HoldHeadline::safetyStop(SafetyStop::tooHot()), "10000", R{R::TooHot{}}},
+        {paused, "10000", R{R::Paused{}}},
+        {paused, "00000", {}},
+        {HoldHeadline::idle(subject), "11100", {}},
     };
-    const std::vector<Case> cases = {
-        {HoldHeadline::working(subject), true, true, true, false, true,
-         SleepReason{SleepReason::LidClosedNoHelper{}}},
-        {HoldHeadline::working(subject), true, true, true, true, false,
-         SleepReason{SleepReason::LidClosedSettingOff{}}},
-        {HoldHeadline::working(subject), true, true, true, true, true, {}},
-        {HoldHeadline::working(subject), true, true, false, false, false, {}},
-        {HoldHeadline::working(subject), true, false, true, false, false, {}},
-        {HoldHeadline::waitingReleased(subject), true, false, false, false, false,
-         SleepReason{SleepReason::WaitedTooLong{subject, 600}}},
-        {HoldHeadline::safetyStop(SafetyStop::weakCharger(18)), true, false, false, false, false,
-         SleepReason{SleepReason::Battery{18}}},
-        {HoldHeadline::safetyStop(SafetyStop::tooHot()), true, false, false, false, false,
-         SleepReason{SleepReason::TooHot{}}},
-        {HoldHeadline::paused(Date(5)), true, false, false, false, false,
-         SleepReason{SleepReason::Paused{}}},
-        {HoldHeadline::paused(Date(5)), false, false, false, false, false, {}},
-        {HoldHeadline::idle(subject), true, true, true, false, false, {}},
-    };
-    for (size_t index = 0; index < cases.size(); ++index) {
-        SCOPED_TRACE(index);
-        const auto& c = cases[index];
-        SleepSnapshot snapshot{Date(1),     c.headline,    c.agentActive,     c.lidClosed,
-                               c.onBattery, c.helperSetUp, c.lidClosedWanted, 600};
-        EXPECT_EQ(SleepReason::reason(snapshot), c.reason);
+    for (const auto& [headline, flags, reason] : cases) {
+        SCOPED_TRACE(flags);
+        const auto on = [flags](int i) { return flags[i] == '1'; };
+        EXPECT_EQ(R::reason({Date(1), headline, on(0), on(1), on(2), on(3), on(4), 600}), reason);
     }
 }
 

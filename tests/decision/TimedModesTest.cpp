@@ -44,14 +44,6 @@ TEST(TimedModesTest, PauseUntilTomorrowEndsAtSixOrAfterEightHours) {
     });
 }
 
-TEST(TimedModesTest, ShortPausesIgnoreTheCalendar) {
-    Pause pause;
-    pause.start(PauseChoice::thirtyMinutes, Date(1000), Calendar{});
-    EXPECT_EQ(pause.until, Date(2800));
-    pause.start(PauseChoice::oneHour, Date(1000), Calendar{});
-    EXPECT_EQ(pause.until, Date(4600));
-}
-
 TEST(TimedModesTest, ImplausibleStoredDatesAreDropped) {
     const Date now(june10);
     struct Case {

@@ -210,23 +210,19 @@ TEST(VerdictRulesTest, StatedStateWeighsTheHookAgainstTheReports) {
 }
 
 TEST(VerdictReasonTest, WholeSecondsTruncateAndHoldNonsenseToFiniteValues) {
-    struct Case {
-        double seconds;
-        std::int64_t expected;
-    };
-    const Case cases[] = {
-        {0, 0},
-        {59.9, 59},
-        {-0.5, 0},
-        {-61.9, -61},
-        {std::numeric_limits<double>::quiet_NaN(), 0},
-        {std::numeric_limits<double>::infinity(), 1'000'000'000'000'000},
-        {-std::numeric_limits<double>::infinity(), -1'000'000'000'000'000},
-        {1e300, 1'000'000'000'000'000},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.seconds);
-        EXPECT_EQ(wholeSeconds(c.seconds), c.expected);
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr std::int64_t most = 1'000'000'000'000'000;
+    const std::pair<double, std::int64_t> cases[] = {{0, 0},
+                                                     {59.9, 59},
+                                                     {-0.5, 0},
+                                                     {-61.9, -61},
+                                                     {std::numeric_limits<double>::quiet_NaN(), 0},
+                                                     {infinity, most},
+                                                     {-infinity, -most},
+                                                     {1e300, most}};
+    for (const auto& [seconds, expected] : cases) {
+        SCOPED_TRACE(seconds);
+        EXPECT_EQ(wholeSeconds(seconds), expected);
     }
 }
 

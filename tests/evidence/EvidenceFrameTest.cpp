@@ -1,12 +1,15 @@
-// Show that evidence frames keep their wire form key for key and survive a round trip.
+// Show that evidence frames keep their wire form key for key, survive a round trip, and that
+// malformed frame text is refused cleanly, whatever its damage.
 #include <cmath>
 #include <limits>
+#include <random>
 
 #include <gtest/gtest.h>
 
 #include "evidence/EvidenceFrame.h"
-#include "evidence/GeneratedFrames.h"
 #include "support/EvidenceBuilders.h"
+#include "support/FuzzInput.h"
+#include "ui/Golden.h"
 
 namespace vigilmoth {
 namespace {
@@ -18,62 +21,122 @@ const JSONEncoder lab{
 using testing::bareAgent;
 using testing::fullAgent;
 
+// Random frames that use every field and the edges of every range, with dates in whole
+// milliseconds so that the lab's rounding keeps them.
+class FrameGenerator {
+public:
+    explicit FrameGenerator(unsigned seed) : random_(seed) {}
+
+    EvidenceFrame frame() {
+        EvidenceFrame frame{chance(0.9) ? 1 : integer(-5, 5), date()};
+        if (chance(0.5)) frame.awake = anyDouble();
+        for (int count = integer(0, 4); count > 0; --count)
+            frame.agents.push_back(agent());
+        frame.context.onBattery = chance(0.5);
+        if (chance(0.5)) frame.context.batteryPercent = integer(-1, 100);
+        frame.context.lidClosed = chance(0.5);
+        frame.context.thermalState = integer(0, 3);
+        frame.context.remoteAccessDetected = chance(0.5);
+        frame.context.charging = chance(0.5);
+        return frame;
+    }
+
+private:
+    bool chance(double probability) { return std::bernoulli_distribution(probability)(random_); }
+    int integer(int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(random_);
+    }
+    double anyDouble() {
+        const double fixed[] = {0, std::numeric_limits<double>::max(),
+                                std::numeric_limits<double>::denorm_min()};
+        switch (integer(0, 5)) {
+            case 3:
+                return std::uniform_real_distribution<double>(0, 1e-3)(random_);
+            case 4:
+                return std::uniform_real_distribution<double>(-1e6, 1e6)(random_);
+            case 5:
+                return std::uniform_real_distribution<double>(0, 20)(random_);
+            default:
+                return fixed[integer(0, 2)];
+        }
+    }
+    Date date() {
+        auto milliseconds =
+            std::uniform_int_distribution<std::int64_t>(0, 4'102'444'800'000)(random_);
+        return Date(static_cast<double>(milliseconds) / 1000);
+    }
+    std::string text() {
+        static const std::vector<std::string> pieces = {"claude",     "/Users/me/project",
+                                                        "\"quoted\"", "back\\slash",
+                                                        "tab\t",      "line\n",
+                                                        "\x01",       "Grüße",
+                                                        "日本語",     "🤖",
+                                                        " ",          ""};
+        std::string result;
+        for (int count = integer(0, 4); count > 0; --count)
+            result += pieces[static_cast<std::size_t>(integer(0, 11))];
+        return result;
+    }
+    AgentEvidence agent() {
+        AgentEvidence agent;
+        agent.agentID = text();
+        agent.displayName = text();
+        agent.level = static_cast<AgentDefinition::Level>(integer(0, 2));
+        agent.kind = static_cast<AgentDefinition::Kind>(integer(0, 1));
+        agent.role = static_cast<AgentRole>(integer(0, 3));
+        agent.pid = std::uniform_int_distribution<std::int32_t>()(random_);
+        agent.startTime = anyDouble();
+        if (chance(0.5)) {
+            agent.reported = StateReport{static_cast<ReportedState>(integer(0, 2)),
+                                         std::nullopt,
+                                         date(),
+                                         static_cast<StateReport::Source>(integer(0, 5)),
+                                         std::nullopt,
+                                         chance(0.5),
+                                         chance(0.5)};
+            if (chance(0.5)) agent.reported->since = date();
+            if (chance(0.5)) agent.reported->detail = text();
+        }
+        agent.backgroundJobsWorking = chance(0.5) ? 0 : integer(-1, 1);
+        agent.childCommands = chance(0.5) ? 0 : std::numeric_limits<int>::max();
+        agent.busyChildCommands = chance(0.5) ? 0 : std::numeric_limits<int>::min();
+        agent.subtreeCPUSeconds = anyDouble();
+        agent.sampleInterval = anyDouble();
+        if (chance(0.5))
+            agent.energyNanojoules = std::uniform_int_distribution<std::uint64_t>()(random_);
+        if (chance(0.5)) agent.logicalWriteBytes = std::numeric_limits<std::uint64_t>::max();
+        if (chance(0.5)) agent.fileActivityAt = date();
+        agent.ownsSleepAssertion = chance(0.5);
+        agent.hasLiveSession = chance(0.5);
+        if (chance(0.5)) agent.hookState = static_cast<ReportedState>(integer(0, 2));
+        if (chance(0.5)) agent.hookStateAt = date();
+        agent.hookStateBySession = chance(0.5);
+        return agent;
+    }
+
+    std::mt19937_64 random_;
+};
+
 EvidenceFrame decodeFrame(const std::string& text) {
     return decodeJSON<EvidenceFrame>(nlohmann::json::parse(text));
-}
-
-TEST(EvidenceFrameTest, BareAgentWritesExactlyTheFiveRequiredKeys) {
-    EXPECT_EQ(
-        encodeJSONText(bareAgent(), plain),
-        R"({"id":"claude","name":"Claude Code","level":"state","pid":4242,"start":1767225600.5})");
-    AgentEvidence maybeSession = bareAgent();
-    maybeSession.role = AgentRole::helperMaybeSession;
-    EXPECT_EQ(encodeJSONText(maybeSession, plain),
-              R"({"id":"claude","name":"Claude Code","level":"state","role":"maybeSession",)"
-              R"("pid":4242,"start":1767225600.5})");
 }
 
 TEST(EvidenceFrameTest, EveryFieldKeepsTheTableOrderOrIsSortedForTheLab) {
     EvidenceFrame frame{1, Date(1767225600.1234), 99.5, {fullAgent()}, FrameContext{}};
     frame.context = FrameContext{true, 55, true, 2, true, true};
-    EXPECT_EQ(
-        encodeJSONText(frame, plain),
-        R"({"v":1,"at":1767225600.1234,"up":99.5,"agents":[{"id":"claude","name":"Claude Code",)"
-        R"("level":"state","kind":"desktop","role":"engine","pid":4242,"start":1767225600.5,)"
-        R"("rep":{"state":"waiting","since":10.0,"seen":20.0,"source":"claudeSession",)"
-        R"("detail":"a\/b","over":true,"err":true},"jobs":1,"cmds":3,"busy":2,"cpu":0.25,"dt":2.0,)"
-        R"("nj":18446744073709551615,"wr":7,"file":30.0,"pwr":true,"live":true,"hook":"working",)"
-        R"("hookAt":40.0,"hookSes":true}],"ctx":{"bat":true,"pct":55,"lid":true,"heat":2,)"
-        R"("remote":true,"chg":true}})");
-    EXPECT_EQ(
-        encodeJSONText(frame, lab),
-        R"({"agents":[{"busy":2,"cmds":3,"cpu":0.25,"dt":2.0,"file":30.0,"hook":"working",)"
-        R"("hookAt":40.0,"hookSes":true,"id":"claude","jobs":1,"kind":"desktop","level":"state",)"
-        R"("live":true,"name":"Claude Code","nj":18446744073709551615,"pid":4242,"pwr":true,)"
-        R"("rep":{"detail":"a/b","err":true,"over":true,"seen":20.0,"since":10.0,)"
-        R"("source":"claudeSession","state":"waiting"},"role":"engine","start":1767225600.5,)"
-        R"("wr":7}],"at":1767225600.123,"ctx":{"bat":true,"chg":true,"heat":2,"lid":true,)"
-        R"("pct":55,"remote":true},"up":99.5,"v":1})");
-}
-
-TEST(EvidenceFrameTest, LabDatesAreRoundedToTheMillisecondHalvesAwayFromZero) {
-    struct Case {
-        double seconds;
-        double written;
-    };
-    const Case cases[] = {{1767225600.1234, 1767225600.123},
-                          {1767225600.9876, 1767225600.988},
-                          {0.0005, 0.001},
-                          {-0.0005, -0.001},
-                          {42, 42}};
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.seconds);
-        EXPECT_EQ(lab.date(Date(item.seconds)).get<double>(), item.written);
-        EXPECT_EQ(plain.date(Date(item.seconds)).get<double>(), item.seconds);
+    testing::expectGolden("evidence/frames.json", encodeJSONText(bareAgent(), plain) + "\n" +
+                                                      encodeJSONText(frame, plain) + "\n" +
+                                                      encodeJSONText(frame, lab) + "\n");
+    // Lab dates are rounded to the millisecond, halves away from zero.
+    for (const auto& [seconds, written] : std::vector<std::pair<double, double>>{
+             {1767225600.9876, 1767225600.988}, {0.0005, 0.001}, {-0.0005, -0.001}, {42, 42}}) {
+        SCOPED_TRACE(seconds);
+        EXPECT_EQ(lab.date(Date(seconds)).get<double>(), written);
+        EXPECT_EQ(plain.date(Date(seconds)).get<double>(), seconds);
     }
 }
 
-TEST(EvidenceFrameTest, AbsentKeysDecodeToTheirDefaults) {
+TEST(EvidenceFrameTest, AbsentKeysDecodeToTheirDefaultsAndFlagsAreWrittenOnlyWhenSet) {
     auto frame = decodeFrame(
         R"({"at":5,"agents":[{"id":"x","name":"X","level":"generic","pid":1,"start":2}]})");
     EXPECT_EQ(frame.version, 1);
@@ -84,122 +147,98 @@ TEST(EvidenceFrameTest, AbsentKeysDecodeToTheirDefaults) {
     EXPECT_EQ(frame.agents[0].role, AgentRole::session);
     EXPECT_EQ(decodeFrame(R"({"at":5})").agents.size(), 0u);
     EXPECT_EQ(decodeFrame(R"({"at":5,"v":2,"ctx":{}})").version, 2);
-    EXPECT_EQ(decodeJSON<FrameContext>(nlohmann::json::object()), FrameContext{});
-}
 
-TEST(EvidenceFrameTest, NegativeZeroIsLeftOutAndNaNIsWritten) {
-    AgentEvidence agent = bareAgent();
-    agent.subtreeCPUSeconds = -0.0;
-    agent.sampleInterval = -0.0;
-    EXPECT_EQ(encodeJSON(agent, plain).size(), 5u);
-
-    agent.subtreeCPUSeconds = std::numeric_limits<double>::quiet_NaN();
-    auto json = encodeJSON(agent, plain);
-    ASSERT_TRUE(json.contains("cpu"));
-    auto decoded = decodeJSON<AgentEvidence>(nlohmann::json::parse(encodeJSONText(agent, lab)));
-    EXPECT_TRUE(std::isnan(decoded.subtreeCPUSeconds));
-}
-
-TEST(EvidenceFrameTest, FlagsAreWrittenOnlyWhenSetAndReadLeniently) {
     StateReport report{
         ReportedState::idle, std::nullopt, Date(1), StateReport::Source::fileActivity,
         std::nullopt,        false,        false};
     EXPECT_EQ(encodeJSONText(report, plain),
               R"({"state":"idle","seen":1.0,"source":"fileActivity"})");
-    auto decoded = decodeJSON<StateReport>(nlohmann::json::parse(
-        R"({"state":"idle","seen":1,"source":"fileActivity","over":false,"err":null})"));
-    EXPECT_EQ(decoded, report);
-    auto context = decodeJSON<FrameContext>(
-        nlohmann::json::parse(R"({"bat":false,"lid":true,"remote":false,"chg":false})"));
-    EXPECT_EQ(context, (FrameContext{false, std::nullopt, true, 0, false, false}));
+    EXPECT_EQ(decodeJSON<StateReport>(nlohmann::json::parse(
+                  R"({"state":"idle","seen":1,"source":"fileActivity","over":false,"err":null})")),
+              report);
+    EXPECT_EQ(decodeJSON<FrameContext>(
+                  nlohmann::json::parse(R"({"bat":false,"lid":true,"remote":false,"chg":false})")),
+              (FrameContext{false, std::nullopt, true, 0, false, false}));
+
+    // Negative zero is left out; NaN is written and read back.
+    AgentEvidence agent = bareAgent();
+    agent.subtreeCPUSeconds = agent.sampleInterval = -0.0;
+    EXPECT_EQ(encodeJSON(agent, plain).size(), 5u);
+    agent.subtreeCPUSeconds = std::numeric_limits<double>::quiet_NaN();
+    auto decoded = decodeJSON<AgentEvidence>(nlohmann::json::parse(encodeJSONText(agent, lab)));
+    EXPECT_TRUE(std::isnan(decoded.subtreeCPUSeconds));
 }
 
 TEST(EvidenceFrameTest, EveryWordOfEverySmallEnumerationIsFixed) {
-    auto words = [](auto cases) {
-        std::vector<std::string> result;
+    std::string out;
+    auto words = [&](auto cases) {
         for (auto value : cases) {
-            result.push_back(encodeName(value).template get<std::string>());
-            EXPECT_EQ(decodeName<decltype(value)>(result.back(), "key"), value);
+            out += encodeName(value).template get<std::string>() + " ";
+            EXPECT_EQ(
+                decodeName<decltype(value)>(encodeName(value).template get<std::string>(), "key"),
+                value);
         }
-        return result;
+        out += "\n";
     };
-    using Strings = std::vector<std::string>;
-    EXPECT_EQ(words(allCases<ReportedState>()), (Strings{"working", "waiting", "idle"}));
-    EXPECT_EQ(words(allCases<StateReport::Source>()),
-              (Strings{"claudeSession", "claudeJob", "claudeTranscript", "codexRollout",
-                       "cursorTranscript", "fileActivity"}));
-    EXPECT_EQ(words(allCases<AgentDefinition::Level>()), (Strings{"state", "activity", "generic"}));
-    EXPECT_EQ(words(allCases<AgentDefinition::Kind>()), (Strings{"cli", "desktop"}));
-    EXPECT_EQ(words(allCases<AgentRole>()),
-              (Strings{"session", "engine", "helper", "maybeSession"}));
+    words(allCases<ReportedState>());
+    words(allCases<StateReport::Source>());
+    words(allCases<AgentDefinition::Level>());
+    words(allCases<AgentDefinition::Kind>());
+    words(allCases<AgentRole>());
+    testing::expectGolden("evidence/frame-words.txt", out);
 }
 
-TEST(EvidenceFrameTest, AnUnknownWordFailsTheRecordWithItsOwnMessage) {
-    const std::string agent = R"({"id":"a","name":"A","level":"state","pid":1,"start":1)";
-    struct Case {
-        std::string text;
-        std::string description;
+TEST(EvidenceFrameTest, UnknownWordsAndMissingKeysFailTheRecordWithTheirOwnMessage) {
+    const auto with = [](const std::string& extra, const char* level = "state") {
+        return R"({"at":1,"agents":[{"id":"a","name":"A","level":")" + std::string(level) +
+               R"(","pid":1,"start":1)" + extra + "}]}";
     };
-    const Case cases[] = {
-        {R"({"at":1,"agents":[)" + agent +
-             R"(,"rep":{"state":"busy","seen":1,"source":"fileActivity"}}]})",
+    const std::pair<std::string, std::string> cases[] = {
+        {with(R"(,"rep":{"state":"busy","seen":1,"source":"fileActivity"})"),
          "Unknown ReportedState busy"},
-        {R"({"at":1,"agents":[)" + agent +
-             R"(,"rep":{"state":"idle","seen":1,"source":"claudeSessionFile"}}]})",
+        {with(R"(,"rep":{"state":"idle","seen":1,"source":"claudeSessionFile"})"),
          "Unknown Source claudeSessionFile"},
-        {R"({"at":1,"agents":[{"id":"a","name":"A","level":"State","pid":1,"start":1}]})",
-         "Unknown Level State"},
-        {R"({"at":1,"agents":[)" + agent + R"(,"kind":"gui"}]})", "Unknown Kind gui"},
-        {R"({"at":1,"agents":[)" + agent + R"(,"role":"helperMaybeSession"}]})",
-         "Unknown AgentRole helperMaybeSession"},
-        {R"({"at":1,"agents":[)" + agent + R"(,"hook":"waitingForUser"}]})",
-         "Unknown ReportedState waitingForUser"},
-        {R"({"at":1,"agents":[)" + agent + R"(,"hook":""}]})", "Unknown ReportedState "},
+        {with("", "State"), "Unknown Level State"},
+        {with(R"(,"kind":"gui")"), "Unknown Kind gui"},
+        {with(R"(,"role":"helperMaybeSession")"), "Unknown AgentRole helperMaybeSession"},
+        {with(R"(,"hook":"waitingForUser")"), "Unknown ReportedState waitingForUser"},
+        {with(R"(,"hook":"")"), "Unknown ReportedState "},
     };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.text);
+    for (const auto& [text, description] : cases) {
+        SCOPED_TRACE(text);
         try {
-            decodeFrame(item.text);
+            decodeFrame(text);
             ADD_FAILURE() << "decoded";
         } catch (const CodingError& error) {
             EXPECT_EQ(error.kind(), CodingError::Kind::dataCorrupted);
-            EXPECT_EQ(error.description(), item.description);
+            EXPECT_EQ(error.description(), description);
         }
     }
-}
 
-TEST(EvidenceFrameTest, AMissingRequiredKeyFailsTheRecord) {
     auto full = nlohmann::json::parse(encodeJSONText(
         EvidenceFrame{1, Date(3), std::nullopt, {fullAgent()}, FrameContext{}}, plain));
-    struct Case {
-        nlohmann::json::json_pointer where;
-        std::string key;
-    };
-    using Pointer = nlohmann::json::json_pointer;
-    const Case cases[] = {{Pointer(""), "at"},
-                          {Pointer("/agents/0"), "id"},
-                          {Pointer("/agents/0"), "name"},
-                          {Pointer("/agents/0"), "level"},
-                          {Pointer("/agents/0"), "pid"},
-                          {Pointer("/agents/0"), "start"},
-                          {Pointer("/agents/0/rep"), "state"},
-                          {Pointer("/agents/0/rep"), "seen"},
-                          {Pointer("/agents/0/rep"), "source"}};
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.key);
+    const std::pair<const char*, const char*> required[] = {{"", "at"},
+                                                            {"/agents/0", "id"},
+                                                            {"/agents/0", "name"},
+                                                            {"/agents/0", "level"},
+                                                            {"/agents/0", "pid"},
+                                                            {"/agents/0", "start"},
+                                                            {"/agents/0/rep", "state"},
+                                                            {"/agents/0/rep", "seen"},
+                                                            {"/agents/0/rep", "source"}};
+    for (const auto& [where, key] : required) {
+        SCOPED_TRACE(key);
         for (bool asNull : {false, true}) {
             auto broken = full;
-            if (asNull) {
-                broken[item.where][item.key] = nullptr;
-            } else {
-                broken[item.where].erase(item.key);
-            }
+            auto& object = broken[nlohmann::json::json_pointer(where)];
+            asNull ? void(object[key] = nullptr) : void(object.erase(key));
             try {
                 decodeJSON<EvidenceFrame>(broken);
                 ADD_FAILURE() << "decoded";
             } catch (const CodingError& error) {
                 EXPECT_EQ(error.kind(), CodingError::Kind::keyNotFound);
-                EXPECT_NE(error.description().find("\"" + item.key + "\""), std::string::npos);
+                EXPECT_NE(error.description().find("\"" + std::string(key) + "\""),
+                          std::string::npos);
             }
         }
     }
@@ -214,19 +253,14 @@ TEST(EvidenceFrameTest, ValuesOfTheWrongTypeOrRangeAreRefused) {
         R"({"at":1,"agents":{}})",
         R"({"at":1,"ctx":[]})",
         R"({"at":1,"ctx":{"bat":1}})",
-        R"({"at":1,"ctx":{"pct":"50"}})",
         R"({"at":1,"ctx":{"heat":1e300}})",
         agentStart + R"("pid":2147483648,"start":1}]})",
-        agentStart + R"("pid":-2147483649,"start":1}]})",
         agentStart + R"("pid":1,"start":"1"}]})",
         agentStart + R"("pid":1,"start":1,"nj":-1}]})",
-        agentStart + R"("pid":1,"start":1,"wr":1e30}]})",
         agentStart + R"("pid":1,"start":1,"wr":0.5}]})",
-        agentStart + R"("pid":1,"start":1,"jobs":true}]})",
         agentStart + R"("pid":1,"start":1,"live":"yes"}]})",
         agentStart + R"("pid":1,"start":1,"rep":[]}]})",
         R"({"at":1,"agents":[{"id":7,"name":"A","level":"state","pid":1,"start":1}]})",
-        R"({"at":1,"agents":[{"id":"a","name":"A","level":1,"pid":1,"start":1}]})",
         R"([])",
         R"("frame")",
     };
@@ -240,7 +274,7 @@ TEST(EvidenceFrameTest, ValuesOfTheWrongTypeOrRangeAreRefused) {
 }
 
 TEST(EvidenceFrameTest, ManyGeneratedFramesSurviveBothEncodings) {
-    testing::FrameGenerator generator(20260321);
+    FrameGenerator generator(20260321);
     for (int index = 0; index < 3000; ++index) {
         auto frame = generator.frame();
         for (const auto* encoder : {&plain, &lab}) {
@@ -253,6 +287,54 @@ TEST(EvidenceFrameTest, ManyGeneratedFramesSurviveBothEncodings) {
             }
         }
     }
+}
+
+TEST(EvidenceFrameFuzzTest, TruncatedMutatedAndRandomFramesAreRefusedNeverCrash) {
+    FrameGenerator generator(7);
+    std::mt19937 random(12);
+    for (int index = 0; index < 8000; ++index) {
+        auto text = encodeJSONText(generator.frame(), lab);
+        if (index < 200) {
+            for (std::size_t length = 0; length < text.size(); length += 1 + text.size() / 40)
+                EXPECT_FALSE(decodeJSONText<EvidenceFrame>(text.substr(0, length))) << length;
+        }
+        // Whatever decodes must be a frame that can be written again.
+        if (auto frame = decodeJSONText<EvidenceFrame>(testing::mutatedText(text, random))) {
+            EXPECT_NO_THROW(encodeJSONText(*frame, lab));
+        }
+        if (index < 5000) {
+            EXPECT_FALSE(decodeJSONText<EvidenceFrame>(testing::randomBytes(random, 200)));
+        }
+    }
+}
+
+TEST(EvidenceFrameFuzzTest, DeepNestingAndHugeNumbersAreRefused) {
+    const std::size_t depth = 200000;
+    const std::string cases[] = {
+        std::string(depth, '['),
+        std::string(depth, '[') + std::string(depth, ']'),
+        R"({"at":1,"agents":)" + std::string(depth, '[') + std::string(depth, ']') + "}",
+        R"({"at":1,"ctx":)" + std::string(depth / 2, '{') + "}",
+        R"({"at":1e999})",
+        R"({"at":1,"v":99999999999999999999999})",
+        R"({"at":1,"agents":[{"id":"a","name":"a","level":"state","pid":1,"start":1,"nj":1e400}]})",
+        R"({"at":1,"agents":[{"id":"a","name":"a","level":"state","pid":1,"start":1,)"
+        R"("busy":4294967296}]})",
+        "",
+        "\xef\xbb\xbf",
+        "{\"at\":1,\"agents\":[{\"id\":\"\xff\xfe\",\"name\":\"a\",\"level\":\"state\","
+        "\"pid\":1,\"start\":1}]}",
+    };
+    for (const auto& text : cases) {
+        SCOPED_TRACE(text.substr(0, 80));
+        EXPECT_FALSE(decodeJSONText<EvidenceFrame>(text));
+    }
+    std::string nested = R"({"at":1,"extra":)";
+    for (std::size_t level = 0; level < depth; ++level)
+        nested += R"({"a":)";
+    nested += "1" + std::string(depth, '}') + "}";
+    // Unknown keys are ignored, however deep they go.
+    EXPECT_TRUE(decodeJSONText<EvidenceFrame>(nested));
 }
 
 }  // namespace

@@ -1,18 +1,27 @@
 // Show that recording lines are written and read back exactly as the file format fixes them,
-// and that no input, however broken, does more than fail to read.
+// that no input, however broken, does more than fail to read, that recordings are named and
+// found as the lab's commands expect, and that --lab-agents answers through the lab's dispatch.
 #include <gtest/gtest.h>
 
 #include <random>
+#include <sstream>
 
 #include "base/Utf8.h"
 #include "decision/HoldPolicy.h"
+#include "lab/LabAgents.h"
+#include "lab/LabCommand.h"
 #include "lab/LabError.h"
 #include "lab/LabFormat.h"
+#include "lab/LabRecorder.h"
 #include "support/DecisionBuilders.h"
+#include "support/FuzzInput.h"
+#include "support/TestSupport.h"
 #include "support/Utf8Cases.h"
 
 namespace vigilmoth {
 namespace {
+
+namespace fs = std::filesystem;
 
 const std::string kHeaderLine =
     R"({"header":{"app":"0.1.0","catalog":5,"frameVersion":1,"label":"run","mode":"agentWorking",)"
@@ -30,42 +39,35 @@ std::optional<int> unreadableLine(const std::string& text) {
     return std::nullopt;
 }
 
-TEST(LabFormatTest, ReadsHeaderMarksAndSamplesInAnyOrder) {
-    auto recording = LabFormat::recording(kMarkLine + "\n" + kHeaderLine + "\n" + kSampleLine);
-    ASSERT_TRUE(recording.header);
-    EXPECT_EQ(recording.header->label, "run");
-    ASSERT_EQ(recording.marks.size(), 1u);
-    EXPECT_EQ(recording.marks[0].at, Date(1767225600.25));
-    EXPECT_EQ(recording.marks[0].truth, LabTruth::working);
-    ASSERT_EQ(recording.samples.size(), 1u);
-    EXPECT_EQ(recording.samples[0].ms, 1.5);
-    EXPECT_EQ(recording.samples[0].hold, (LabHold{true, false, "h"}));
-}
-
-TEST(LabFormatTest, TheLastHeaderWinsAndMarksComeBackSortedStably) {
+TEST(LabFormatTest, ReadsLinesInAnyOrderTheLastHeaderWinningAndMarksSortedStably) {
     auto second = kHeaderLine;
     second.replace(second.find("\"run\""), 5, "\"two\"");
     auto mark = [](double at, const std::string& agent) {
         return R"({"mark":{"agent":")" + agent + R"(","at":)" + std::to_string(at) +
                R"(,"truth":"idle"}})";
     };
-    auto recording = LabFormat::recording(kHeaderLine + "\n" + mark(30, "c") + "\n" +
-                                          mark(10, "a") + "\n" + second + "\n" + mark(10, "b"));
+    auto recording = LabFormat::recording(mark(30, "c") + "\n" + kHeaderLine + "\n" + kSampleLine +
+                                          "\n" + kMarkLine + "\n" + second + "\n" + mark(10, "b"));
     EXPECT_EQ(recording.header->label, "two");
     std::vector<std::string> order;
     for (const auto& m : recording.marks)
         order.push_back(m.agent);
-    EXPECT_EQ(order, (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(order, (std::vector<std::string>{"b", "c", "codex"}));
+    EXPECT_EQ(recording.marks[2].at, Date(1767225600.25));
+    EXPECT_EQ(recording.marks[2].truth, LabTruth::working);
+    ASSERT_EQ(recording.samples.size(), 1u);
+    EXPECT_EQ(recording.samples[0].ms, 1.5);
+    EXPECT_EQ(recording.samples[0].hold, (LabHold{true, false, "h"}));
+    auto bare = LabFormat::recording(R"({"frame":{"at":5}})");
+    ASSERT_EQ(bare.samples.size(), 1u);
+    EXPECT_TRUE(bare.samples[0].verdicts.empty());
+    EXPECT_EQ(bare.samples[0].hold, std::nullopt);
 }
 
 TEST(LabFormatTest, LineNumbersCountNonEmptyLinesAndOnlyATornLastLineIsForgiven) {
-    struct Case {
-        std::string name;
-        std::string text;
-        std::optional<int> failingLine;
-        size_t samples;
-    };
-    const std::vector<Case> cases = {
+    const std::string header =
+        R"({"header":{"app":"","catalog":5,"frameVersion":1,"label":"","mode":"","model":"","os":"","startedAt":1)";
+    const std::tuple<std::string, std::string, std::optional<int>, size_t> cases[] = {
         {"blank lines between", kSampleLine + "\n\n\n" + kSampleLine, std::nullopt, 2},
         {"first malformed", "{\"frame\":\n\n\n" + kSampleLine, 1, 0},
         {"last malformed", kSampleLine + "\n\n\n{\"frame\":", std::nullopt, 1},
@@ -78,56 +80,34 @@ TEST(LabFormatTest, LineNumbersCountNonEmptyLinesAndOnlyATornLastLineIsForgiven)
          R"({"frame":{"at":1},"verdicts":[{"id":"a","pid":1,"state":"busy","why":"x"}]})"
          "\n{}",
          1, 0},
-        {"header without settings",
-         R"({"header":{"app":"","catalog":5,"frameVersion":1,"label":"","mode":"","model":"","os":"","startedAt":1}})"
-         "\n{}",
-         1, 0},
+        {"header without settings", header + "}}\n{}", 1, 0},
         {"header with an unknown rule",
-         R"({"header":{"app":"","catalog":5,"frameVersion":1,"label":"","mode":"","model":"","os":"","startedAt":1,"settings":{"agentRules":{"a":"never"}}}})"
-         "\n{}",
+         header + R"(,"settings":{"agentRules":{"a":"never"}}}})"
+                  "\n{}",
          1, 0},
         {"array line", "[]\n{}", 1, 0},
         {"empty object is fine", "{}\n" + kSampleLine, std::nullopt, 1},
         {"verdicts without a frame add nothing", R"({"verdicts":[],"ms":1})", std::nullopt, 0},
     };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
-        EXPECT_EQ(unreadableLine(testCase.text), testCase.failingLine);
-        if (!testCase.failingLine) {
-            EXPECT_EQ(LabFormat::recording(testCase.text).samples.size(), testCase.samples);
+    for (const auto& [name, text, failingLine, samples] : cases) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(unreadableLine(text), failingLine);
+        if (!failingLine) {
+            EXPECT_EQ(LabFormat::recording(text).samples.size(), samples);
         }
     }
 }
 
-TEST(LabFormatTest, ASampleWithoutVerdictsHasAnEmptyList) {
-    auto recording = LabFormat::recording(R"({"frame":{"at":5}})");
-    ASSERT_EQ(recording.samples.size(), 1u);
-    EXPECT_TRUE(recording.samples[0].verdicts.empty());
-    EXPECT_EQ(recording.samples[0].hold, std::nullopt);
-}
-
 TEST(LabFormatTest, LinesSortKeysKeepSlashesAndRoundDatesToMilliseconds) {
-    struct Case {
-        double at;
-        std::string written;
-    };
-    for (const auto& testCase : std::vector<Case>{{1767225600.1234, "1767225600.123"},
-                                                  {1767225600.9876, "1767225600.988"},
-                                                  {1767225600.0005, "1767225600.001"}}) {
-        SCOPED_TRACE(testCase.written);
-        LabLine line;
-        line.mark = LabMark{Date(testCase.at), "user:/opt/bot", LabTruth::gone, "a/b"};
-        EXPECT_EQ(LabFormat::line(line), R"({"mark":{"agent":"user:/opt/bot","at":)" +
-                                             testCase.written +
+    const std::pair<double, std::string> cases[] = {{1767225600.1234, "1767225600.123"},
+                                                    {1767225600.9876, "1767225600.988"},
+                                                    {1767225600.0005, "1767225600.001"}};
+    for (const auto& [at, written] : cases) {
+        LabLine line{.mark = LabMark{Date(at), "user:/opt/bot", LabTruth::gone, "a/b"}};
+        EXPECT_EQ(LabFormat::line(line), R"({"mark":{"agent":"user:/opt/bot","at":)" + written +
                                              R"(,"note":"a/b","truth":"gone"}})"
                                              "\n");
     }
-}
-
-AgentReading reading(std::string agentID, std::string name, std::int32_t pid, ReportedState state) {
-    auto made = testing::readingOf(std::move(agentID), std::move(name), {pid, 1000.5}, state);
-    made.verdict.reason = VerdictReason::runningCommand(2);
-    return made;
 }
 
 TEST(LabFormatTest, SampleLinesCarryVerdictsHoldAndCostWithoutPaths) {
@@ -139,9 +119,14 @@ TEST(LabFormatTest, SampleLinesCarryVerdictsHoldAndCostWithoutPaths) {
     evidence.reported = StateReport{};
     evidence.reported->detail = "writing /tmp/x";
     frame.agents.push_back(evidence);
+    auto reading = [](std::string agentID, std::string name, std::int32_t pid,
+                      ReportedState state) {
+        auto made = testing::readingOf(std::move(agentID), std::move(name), {pid, 1000.5}, state);
+        made.verdict.reason = VerdictReason::runningCommand(2);
+        return made;
+    };
     HoldDecision decision;
-    decision.hold = true;
-    decision.lidClosedFlag = true;
+    decision.hold = decision.lidClosedFlag = true;
     decision.headline = HoldHeadline::working(HoldSubject::one("/opt/tools/mybot"));
     decision.perAgent = {
         {reading("user:/opt/tools/mybot", "/opt/tools/mybot", 42, ReportedState::working),
@@ -159,7 +144,6 @@ TEST(LabFormatTest, SampleLinesCarryVerdictsHoldAndCostWithoutPaths) {
     EXPECT_EQ(line.frame->agents[0].displayName, "mybot");
     EXPECT_EQ(line.frame->agents[0].reported->detail, "x");
     EXPECT_EQ(LabFormat::sample(frame, decision, std::nullopt).ms, std::nullopt);
-
     // What is written reads back as the same sample.
     auto text = LabFormat::line(line);
     EXPECT_EQ(text.find("\\/"), std::string::npos);
@@ -170,19 +154,14 @@ TEST(LabFormatTest, SampleLinesCarryVerdictsHoldAndCostWithoutPaths) {
 }
 
 TEST(LabFormatTest, PathsAreScrubbedFromTextsAndHeaders) {
-    struct Case {
-        std::string text;
-        std::string scrubbed;
-    };
-    for (const auto& testCase : std::vector<Case>{{"user:/opt/tools/bin/mybot", "user:mybot"},
-                                                  {"/usr/local/bin/aider", "aider"},
-                                                  {"a/", ""},
-                                                  {"user:/a/b/c", "user:c"},
-                                                  {"claude", "claude"},
-                                                  {"user:tool", "user:tool"}}) {
-        SCOPED_TRACE(testCase.text);
-        EXPECT_EQ(LabFormat::withoutPath(testCase.text), testCase.scrubbed);
-    }
+    const std::pair<const char*, const char*> cases[] = {
+        {"user:/opt/tools/bin/mybot", "user:mybot"},
+        {"/usr/local/bin/aider", "aider"},
+        {"a/", ""},
+        {"claude", "claude"},
+        {"user:tool", "user:tool"}};
+    for (const auto& [text, scrubbed] : cases)
+        EXPECT_EQ(LabFormat::withoutPath(text), scrubbed) << text;
     LabHeader header;
     header.label = "../../secret";
     header.settings.userAgentNames = {"/opt/a/bot", "tool"};
@@ -204,15 +183,13 @@ TEST(LabFormatTest, BrokenUtf8ReadsTheSameWrittenOrRead) {
     };
     for (const auto& testCase : testing::utf8Cases()) {
         SCOPED_TRACE(testCase.name);
-        LabLine written;
-        written.mark =
-            LabMark{.at = Date(1), .agent = repairedUtf8(testCase.bytes), .truth = LabTruth::idle};
+        LabLine written{.mark = LabMark{.at = Date(1),
+                                        .agent = repairedUtf8(testCase.bytes),
+                                        .truth = LabTruth::idle}};
         EXPECT_EQ(agentOf(LabFormat::line(written)), testCase.repaired);
-        const std::string raw = R"({"mark":{"agent":")" + testCase.bytes +
-                                R"(","at":1,"truth":"idle"}})"
-                                "\n";
-        // The reader repairs what it reads, as the file holds whatever bytes were written.
-        EXPECT_EQ(agentOf(raw), testCase.repaired);
+        EXPECT_EQ(
+            agentOf(R"({"mark":{"agent":")" + testCase.bytes + R"(","at":1,"truth":"idle"}})"),
+            testCase.repaired);
     }
 }
 
@@ -223,38 +200,75 @@ TEST(LabFormatTest, MutatedAndRandomRecordingsNeverCrash) {
         R"({"frame":{"agents":[{"id":"a","level":"state","name":"A","pid":1,"start":2,"rep":{"seen":3,"source":"claudeSession","state":"idle"}}],"at":9}})"
         "\n";
     std::mt19937 random(20261121);
-    const std::string alphabet = "{}[]\":,0123456789.-eE truefalsnul\n\\/";
     for (int round = 0; round < 3000; ++round) {
-        std::string text = seed;
-        int edits = 1 + static_cast<int>(random() % 8);
-        for (int edit = 0; edit < edits && !text.empty(); ++edit) {
-            size_t at = random() % text.size();
-            switch (random() % 4) {
-                case 0:
-                    text.erase(at, 1 + random() % 5);
-                    break;
-                case 1:
-                    text.insert(at, 1, alphabet[random() % alphabet.size()]);
-                    break;
-                case 2:
-                    text[at] = static_cast<char>(random() % 256);
-                    break;
-                default:
-                    text = text.substr(0, at);
-                    break;
-            }
-        }
-        if (round % 10 == 0) {
-            text.clear();
-            for (int i = 0; i < 200; ++i)
-                text += static_cast<char>(random() % 256);
-        }
+        auto text =
+            round % 10 ? testing::mutatedText(seed, random) : testing::randomBytes(random, 200);
         try {
-            auto recording = LabFormat::recording(repairedUtf8(text));
-            EXPECT_LE(recording.marks.size(), 1u);
+            EXPECT_LE(LabFormat::recording(repairedUtf8(text)).marks.size(), 1u);
         } catch (const LabError& error) {
             EXPECT_GE(error.lineNumber(), 1);
         }
+    }
+}
+
+TEST(LabRecorderTest, RecordingsAreNamedFromTheLabelAndTheNewestIsFound) {
+    const Date march9(1773065100);  // 2026-03-09 14:05:00 UTC
+    const std::pair<std::string, std::string> cases[] = {
+        {"deep work #2", "2026-03-09T14-05-00Z-deepwork2.jsonl"},
+        {"", "2026-03-09T14-05-00Z-recording.jsonl"},
+        {"../../etc", "2026-03-09T14-05-00Z-etc.jsonl"},
+        {"***", "2026-03-09T14-05-00Z-recording.jsonl"},
+        {"caf\xC3\xA9 long_run-1", "2026-03-09T14-05-00Z-caflong_run-1.jsonl"},
+    };
+    for (const auto& [label, name] : cases)
+        EXPECT_EQ(LabRecorder::fileName(label, march9), name) << label;
+    // Fractions of a second never round the name up into the next second.
+    EXPECT_EQ(LabRecorder::fileName("x", march9 + 0.999), "2026-03-09T14-05-00Z-x.jsonl");
+    EXPECT_EQ(LabRecorder::labDirectory({.home = "/home/ann", .xdgDataHome = "/data"}),
+              "/data/com.vigilmoth.app/lab");
+    EXPECT_STREQ(LabError::cannotWrite("/x/y.jsonl").what(), "Cannot write to /x/y.jsonl.");
+
+    testing::TemporaryFolder folder;
+    EXPECT_EQ(LabRecorder::newestRecording(folder / "missing"), std::nullopt);
+    const std::map<std::string, int> ages = {
+        {"a.json", 1}, {"b.JSONL", 1}, {"old.jsonl", 100}, {"new.jsonl", 10}, {"newer.json", 0}};
+    for (const auto& [name, age] : ages) {
+        testing::writeFile(folder / name, "{}\n");
+        fs::last_write_time(folder / name,
+                            fs::file_time_type::clock::now() - std::chrono::seconds(age));
+    }
+    EXPECT_EQ(LabRecorder::newestRecording(folder.path().string()), folder / "new.jsonl");
+}
+
+// A census that answers what the test says, for the dispatch's own answers.
+struct FixedCensus final : ProcessCensusing {
+    std::optional<std::vector<ProcessInfoRow>> rows;
+    std::optional<std::vector<ProcessInfoRow>> snapshot() override { return rows; }
+    std::optional<ProcessInfoRow> row(int32_t) override { return std::nullopt; }
+};
+
+TEST(LabAgentsTest, AnswersThroughTheLabDispatch) {
+    ProcessInfoRow pi{.pid = 40, .ppid = 1, .executablePath = "/usr/bin/node"};
+    pi.arguments = {"node", "/opt/agents/pi/node_modules/.bin/pi"};
+    ProcessInfoRow other = pi;
+    other.pid = 41;
+    other.arguments = {"node", "server.js"};
+    using Rows = std::vector<ProcessInfoRow>;
+    const std::tuple<std::optional<Rows>, bool, std::string, std::string> cases[] = {
+        {Rows{other}, true, "No agent is running.\n", ""},
+        {Rows{}, true, "No agent is running.\n", ""},
+        {Rows{pi, other}, true, "Pi [pi] session, pid 40, 1 process\n", ""},
+        {std::nullopt, false, "", "vigilmoth could not read the process table.\n"},
+    };
+    for (const auto& [rows, succeeded, out, err] : cases) {
+        SCOPED_TRACE(out + err);
+        FixedCensus census;
+        census.rows = rows;
+        std::ostringstream written, errors;
+        LabContext context{written, errors, &census};
+        EXPECT_EQ(LabCommand::run({"vigilmoth", "--lab-agents"}, context), succeeded);
+        EXPECT_EQ(written.str(), out);
+        EXPECT_EQ(errors.str(), err);
     }
 }
 

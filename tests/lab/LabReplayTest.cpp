@@ -1,11 +1,15 @@
-// Show that marks are matched, allowed for and scored as the score report needs, and that the
-// replay is deterministic.
+// Show that marks are matched, allowed for and scored as the score report needs, that the
+// replay is deterministic and real runs replay as a user expects, and the smoke test's health
+// rules at their limits.
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
+#include <map>
 #include <sstream>
 
 #include "lab/LabReplay.h"
+#include "lab/SmokeHealth.h"
 #include "support/DecisionBuilders.h"
 #include "support/TestSupport.h"
 
@@ -37,27 +41,20 @@ LabStep step(double offset, std::vector<AgentReading> readings, bool hold,
 TEST(LabReplayTest, MarkTargetsNameEveryoneAProcessOrAnAgent) {
     auto claude = reading("claude", 4711, ReportedState::working);
     auto user = reading("user:tool", 12, ReportedState::working);
-    struct Case {
-        std::string target;
-        bool claude;
-        bool user;
-    };
-    const std::vector<Case> cases = {
-        {"*", true, true},
-        {"claude", true, false},
-        {"claude:4711", true, false},
-        {"claude:+4711", true, false},
-        {"claude:4712", false, false},
-        {"claude:", false, false},
-        {"codex:abc", false, false},
-        {"user:tool", false, true},
-        {"user:tool:12", false, true},
-        {"claude:99999999999", false, false},
-    };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.target);
-        EXPECT_EQ(LabReplay::matches(claude, testCase.target), testCase.claude);
-        EXPECT_EQ(LabReplay::matches(user, testCase.target), testCase.user);
+    const std::tuple<const char*, bool, bool> cases[] = {{"*", true, true},
+                                                         {"claude", true, false},
+                                                         {"claude:4711", true, false},
+                                                         {"claude:+4711", true, false},
+                                                         {"claude:4712", false, false},
+                                                         {"claude:", false, false},
+                                                         {"codex:abc", false, false},
+                                                         {"user:tool", false, true},
+                                                         {"user:tool:12", false, true},
+                                                         {"claude:99999999999", false, false}};
+    for (const auto& [target, matchesClaude, matchesUser] : cases) {
+        SCOPED_TRACE(target);
+        EXPECT_EQ(LabReplay::matches(claude, target), matchesClaude);
+        EXPECT_EQ(LabReplay::matches(user, target), matchesUser);
     }
     // A signed number is still a process id, as an integer parser reads it.
     EXPECT_TRUE(LabReplay::matches(reading("x", -3, ReportedState::idle), "x:-3"));
@@ -84,21 +81,15 @@ TEST(LabReplayTest, TheAllowanceFollowsTheAgentsLevelAndTheTruth) {
         step(10, {reading("aider", 2, ReportedState::idle, AgentDefinition::Level::activity)},
              false),
     };
-    struct Case {
-        std::string target;
-        LabTruth truth;
-        double allowance;
-    };
-    const std::vector<Case> cases = {
-        {"claude", LabTruth::idle, 120},    {"aider", LabTruth::idle, 200},
-        {"nobody", LabTruth::gone, 120},    {"*", LabTruth::idle, 200},
-        {"claude", LabTruth::waiting, 300},
-    };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.target);
-        LabMark mark{kStart + 5, testCase.target, testCase.truth};
-        EXPECT_EQ(LabReplay::allowedHold(mark, testCase.target, steps, settings),
-                  kStart + 5 + testCase.allowance);
+    const std::tuple<const char*, LabTruth, double> cases[] = {{"claude", LabTruth::idle, 120},
+                                                               {"aider", LabTruth::idle, 200},
+                                                               {"nobody", LabTruth::gone, 120},
+                                                               {"*", LabTruth::idle, 200},
+                                                               {"claude", LabTruth::waiting, 300}};
+    for (const auto& [target, truth, allowance] : cases) {
+        SCOPED_TRACE(target);
+        EXPECT_EQ(LabReplay::allowedHold({kStart + 5, target, truth}, target, steps, settings),
+                  kStart + 5 + allowance);
     }
 }
 
@@ -115,54 +106,32 @@ std::vector<LabStep> timeline(int count, const std::function<bool(double)>& held
 
 TEST(LabReplayTest, WrongTimeIsCountedWithinEachMarksWindow) {
     DetectionSettings settings;  // releaseAfterState 120
-    auto idleAfter = [](double from) {
-        return [from](double t) { return t < from ? ReportedState::working : ReportedState::idle; };
-    };
-    struct Case {
-        std::string name;
-        std::vector<LabMark> marks;
-        std::function<bool(double)> held;
-        double wronglyHeld;
-        double wronglyReleased;
-    };
-    const std::vector<Case> cases = {
-        {"held while working",
-         {{kStart, "claude", LabTruth::working}},
-         [](double) { return true; },
-         0,
-         0},
-        {"released 30 s after a working mark",
-         {{kStart, "claude", LabTruth::working}},
-         [](double t) { return t < 100 || t >= 130; },
-         0,
-         30},
-        {"held 150 s after an idle mark",
-         {{kStart, "claude", LabTruth::idle}},
-         [](double t) { return t < 150; },
-         30,
-         0},
-        {"held 120 s after an idle mark is free",
-         {{kStart, "claude", LabTruth::idle}},
-         [](double t) { return t < 120; },
-         0,
-         0},
+    const double never = 1e9;
+    const LabMark working{kStart, "claude", LabTruth::working};
+    const LabMark idle{kStart, "claude", LabTruth::idle};
+    const LabMark waiting{kStart, "claude", LabTruth::waiting};
+    // Held before `releasedAt` and again from `heldAgainAt`.
+    const std::tuple<const char*, std::vector<LabMark>, double, double, double, double> cases[] = {
+        {"held while working", {working}, never, never, 0, 0},
+        {"released 30 s after a working mark", {working}, 100, 130, 0, 30},
+        {"held 150 s after an idle mark", {idle}, 150, never, 30, 0},
+        {"held 120 s after an idle mark is free", {idle}, 120, never, 0, 0},
         {"a later mark closes the window",
-         {{kStart, "claude", LabTruth::working}, {kStart + 50, "claude", LabTruth::waiting}},
-         [](double t) { return t < 20; },
+         {working, {kStart + 50, "claude", LabTruth::waiting}},
+         20,
+         never,
          0,
          30},
-        {"released while waiting is never wrong",
-         {{kStart, "claude", LabTruth::waiting}},
-         [](double) { return false; },
-         0,
-         0},
+        {"released while waiting is never wrong", {waiting}, 0, never, 0, 0},
     };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
-        auto steps = timeline(40, testCase.held, idleAfter(0));
-        auto score = LabReplay::score("claude", testCase.marks, steps, settings);
-        EXPECT_DOUBLE_EQ(score.wronglyHeld, testCase.wronglyHeld);
-        EXPECT_DOUBLE_EQ(score.wronglyReleased, testCase.wronglyReleased);
+    for (const auto& [name, marks, releasedAt, heldAgainAt, wronglyHeld, wronglyReleased] : cases) {
+        SCOPED_TRACE(name);
+        auto steps = timeline(
+            40, [&](double t) { return t < releasedAt || t >= heldAgainAt; },
+            [](double) { return ReportedState::idle; });
+        auto score = LabReplay::score("claude", marks, steps, settings);
+        EXPECT_DOUBLE_EQ(score.wronglyHeld, wronglyHeld);
+        EXPECT_DOUBLE_EQ(score.wronglyReleased, wronglyReleased);
     }
 }
 
@@ -249,23 +218,19 @@ TEST(LabReplayTest, AStreamScoresAsTheWholeRecordingWhereverItsHeaderIs) {
     for (const auto& sample : recording.samples)
         sampleLines += LabFormat::line(LabLine{.frame = sample.frame});
     auto middle = sampleLines.find('\n', sampleLines.size() / 2) + 1;
-    struct Case {
-        std::string name;
-        std::string text;
-    };
-    const std::vector<Case> cases = {
+    const std::pair<const char*, std::string> cases[] = {
         {"header first", LabFormat::line(LabLine{.header = header}) + sampleLines + markLine},
         {"header last", markLine + sampleLines + LabFormat::line(LabLine{.header = header})},
         {"header in the middle", sampleLines.substr(0, middle) +
                                      LabFormat::line(LabLine{.header = header}) +
                                      sampleLines.substr(middle) + markLine},
     };
-    for (const auto& testCase : cases) {
-        SCOPED_TRACE(testCase.name);
-        std::istringstream stream(testCase.text);
+    for (const auto& [name, text] : cases) {
+        SCOPED_TRACE(name);
+        std::istringstream stream(text);
         auto streamed = LabReplay::score(stream);
-        EXPECT_EQ(streamed, LabReplay::score(LabFormat::recording(testCase.text), std::nullopt,
-                                             std::nullopt));
+        EXPECT_EQ(streamed,
+                  LabReplay::score(LabFormat::recording(text), std::nullopt, std::nullopt));
         EXPECT_EQ(streamed.heldSeconds, 98.0) << "replayed in the header's mode";
         EXPECT_EQ(streamed.marks, 1);
     }
@@ -288,6 +253,87 @@ TEST(LabReplayTest, RealRunsReplayIntoWhatAUserExpects) {
             EXPECT_EQ(state, moment.at(2).get<std::string>());
         }
     }
+}
+
+using Step = SmokeMeasurements::Step;
+
+// Ten quiet seconds with every step done, the menu open in seconds 3 and 4: healthy; then the
+// changes, each "key=value": counts, "cpu" and "menu" as lists of seconds, a step's outcome.
+SmokeMeasurements healthy(const std::string& changes = "") {
+    SmokeMeasurements m{.seconds = 10,
+                        .ticks = 100,
+                        .cpuBySecond = std::vector<double>(10, 1.0),
+                        .stepSeconds = {2},
+                        .panelSeconds = {3, 4},
+                        .sceneEvaluations = 10,
+                        .samples = 5,
+                        .statusItem = true,
+                        .statusItemImage = true,
+                        .iconToggle = Step::ok,
+                        .settingsWindow = Step::skipped,
+                        .panel = Step::ok};
+    const std::map<std::string, std::int64_t*> counts = {{"ticks", &m.ticks},
+                                                         {"stall", &m.longestStallMs},
+                                                         {"scenes", &m.sceneEvaluations},
+                                                         {"samples", &m.samples}};
+    const std::map<std::string, Step*> steps = {
+        {"icon", &m.iconToggle}, {"settings", &m.settingsWindow}, {"panel", &m.panel}};
+    const std::map<std::string, Step> outcomes = {
+        {"failed", Step::failed}, {"skipped", Step::skipped}, {"notRun", Step::notRun}};
+    std::istringstream stream(changes);
+    for (std::string change; stream >> change;) {
+        const auto key = change.substr(0, change.find('=')), value = change.substr(key.size() + 1);
+        if (steps.contains(key)) {
+            *steps.at(key) = outcomes.at(value);
+            continue;
+        }
+        std::vector<double> list;
+        std::istringstream items(value);
+        for (std::string item; std::getline(items, item, ',');)
+            list.push_back(std::stod(item));
+        if (counts.contains(key)) *counts.at(key) = static_cast<std::int64_t>(list[0]);
+        if (key == "seconds") m.seconds = list[0];
+        if (key == "item" || key == "image")
+            (key == "item" ? m.statusItem : m.statusItemImage) = false;
+        if (key == "cpu") m.cpuBySecond = list;
+        if (key == "menu") m.panelSeconds.assign(list.begin(), list.end());
+    }
+    return m;
+}
+
+TEST(SmokeHealthTest, EachLimitAtItsEdgeInItsOrder) {
+    const std::vector<std::pair<const char*, std::vector<std::string>>> cases = {
+        {"", {}},
+        {"ticks=80 stall=499 scenes=499 panel=skipped icon=skipped", {}},
+        {"ticks=79 stall=500 scenes=500 image=0 samples=1 settings=failed",
+         {"main run loop ticked 79 times, expected about 100", "main thread stalled for 500 ms",
+          "scenes worked out 50 times per second", "status item has no image",
+          "engine gave 1 samples, expected 2 or more", "opening Preferences: failed"}},
+        {"seconds=3 ticks=30 cpu=1,1,1 panel=skipped",
+         {"0 steady seconds to judge the processor time by, expected 2 or more"}},
+        {"cpu=0,0,0,0,0,10,20", {"used 15.0% of one core in the median steady second"}},
+        {"cpu=0,0,0,0,0,1,1,118", {"used 40.0% of one core over the steady seconds"}},
+        {"cpu=1,1,1,12.04,12.04,1,1,1,1,1",
+         {"used 12.0% of one core in the median second with the menu open"}},
+        {"menu=3",
+         {"1 seconds with the menu open to judge the processor time by, expected 2 or more"}},
+        {"item=0 image=0 icon=notRun panel=notRun",
+         {"showing the menu: notRun", "no status item", "hiding and showing the icon: notRun"}},
+    };
+    for (const auto& [changes, failures] : cases) {
+        SCOPED_TRACE(changes);
+        EXPECT_EQ(SmokeHealth::failures(healthy(changes)), failures);
+    }
+}
+
+TEST(SmokeHealthTest, TheLineIsSortedJSONWithTheHangFirst) {
+    const auto line = SmokeHealth::line(healthy("scenes=12"), "the main thread hung");
+    EXPECT_EQ(line.find(R"({"failures":["the main thread hung"],"healthy":false,"measurements":)"),
+              0u)
+        << line;
+    EXPECT_NE(line.find(R"("sceneEvaluationsPerSecond":1.2})"), std::string::npos) << line;
+    const auto empty = SmokeHealth::line(SmokeMeasurements{}, std::nullopt);
+    EXPECT_NE(empty.find(R"("sceneEvaluationsPerSecond":0.0})"), std::string::npos) << empty;
 }
 
 }  // namespace

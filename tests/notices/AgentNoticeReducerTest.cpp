@@ -7,15 +7,15 @@
 #include "base/DefaultsKeys.h"
 #include "notices/AgentNoticeReducer.h"
 #include "support/DecisionBuilders.h"
+#include "support/TestSupport.h"
 
 namespace vigilmoth {
 namespace {
 
 const Date kStart(1767225600);
 
-// Drives one reducer through updates at offsets from kStart. Sessions are written as words
-// "<pid><state>[@since][!][~]": state b (working), w (waiting) or i (idle); @ the turn's start
-// in seconds after kStart; ! an error ended the turn; ~ no turn, so the verdict is followed.
+// Drives one reducer through updates at offsets from kStart; sessions are written as the
+// scripts in notices/reducer-scripts.txt write them.
 struct Scenario {
     Scenario() { input.settings = {.waiting = true, .finished = true, .onlyWhenAway = true}; }
 
@@ -62,92 +62,28 @@ struct Scenario {
     AgentNoticeInput input;
 };
 
-struct Step {
-    double offset;
-    const char* sessions;
-    const char* told;
-    const char* log;
-};
-
+// Runs the scripts in notices/reducer-scripts.txt, each step on a fresh line of its own.
 TEST(AgentNoticeReducerTest, Scripts) {
-    const std::pair<const char*, std::vector<Step>> scripts[] = {
-        {"a wait falls due after its debounce; a short one is withdrawn",
-         {{0, "1b", "", ""},
-          {1, "1w", "", ""},
-          {2.5, "1b", "", "waiting skipped pid 1: the wait ended after 1.5 s"},
-          {10, "1w", "", ""},
-          {12, "1w", "", ""},
-          {12.1, "1w", "waiting 1", "waiting fired pid 1"}}},
-        {"what held at launch is never told",
-         {{0, "1w 2b", "", "waiting skipped pid 1: it waited already at launch"},
-          {10, "1w 2b", "", ""}}},
-        // pid 1 is old enough at 4, but pid 2 is still fresh: the group keeps forming.
-        {"agents waiting within moments are told together",
-         {{0, "1b 2b 3b", "", ""},
-          {1, "1w 2b 3b", "", ""},
-          {2.5, "1w 2w 3b", "", ""},
-          {4, "1w 2w 3b", "", ""},
-          {4.6, "1w 2w 3b", "waiting 1 2", "waiting fired pid 1; waiting fired pid 2"}}},
-        {"a finished turn waits three seconds and carries its length",
-         {{0, "1i", "", ""},
-          {10, "1b@8", "", ""},
-          {100, "1i!", "", ""},
-          {102.5, "1i", "", ""},
-          {103, "1i", "finished 1 after 92 failed", "finished fired pid 1 after 92.0 s"}}},
-        {"working again withdraws the finished notice",
-         {{0, "1b", "", ""},
-          {10, "1i", "", ""},
-          {12.5, "1b", "", "finished skipped pid 1: working again after 2.5 s"},
-          {30, "1b", "", ""}}},
-        // Both fall due at once; the wait is told first, so the finish is not.
-        {"a told wait turns the finished notice into asks instead",
-         {{0, "1b", "", ""},
-          {10, "1i", "", ""},
-          {11, "1w", "", ""},
-          {20, "1w", "waiting 1",
-           "waiting fired pid 1; finished skipped pid 1: it asks a question, and that was told"}}},
-        // pid 3's pending wait is withdrawn; 1 finished (never "with an error"); 2 just went.
-        {"sessions that vanish while working have finished",
-         {{0, "3b 1b 2w", "", "waiting skipped pid 2: it waited already at launch"},
-          {5, "3w 1b 2w", "", ""},
-          {6, "", "", "waiting skipped pid 3: the wait ended after 1.0 s"},
-          {9, "", "finished 1 after 6", "finished fired pid 1 after 6.0 s"}}},
-        {"without a turn the verdict is followed",
-         {{0, "1b~", "", ""}, {1, "1w~", "", ""}, {4, "1w~", "waiting 1", "waiting fired pid 1"}}},
-        // A turn's start is never placed before the previous update, nor in the future.
-        {"reported start between updates",
-         {{0, "1i", "", ""},
-          {5, "1i", "", ""},
-          {10, "1b@7", "", ""},
-          {20, "1i", "", ""},
-          {30, "1i", "finished 1 after 13", "finished fired pid 1 after 13.0 s"}}},
-        {"reported start before the last update",
-         {{0, "1i", "", ""},
-          {5, "1i", "", ""},
-          {10, "1b@2", "", ""},
-          {20, "1i", "", ""},
-          {30, "1i", "finished 1 after 15", "finished fired pid 1 after 15.0 s"}}},
-        {"reported start in the future",
-         {{0, "1i", "", ""},
-          {5, "1i", "", ""},
-          {10, "1b@30", "", ""},
-          {20, "1i", "", ""},
-          {30, "1i", "finished 1 after 10", "finished fired pid 1 after 10.0 s"}}},
-        {"no reported start",
-         {{0, "1i", "", ""},
-          {5, "1i", "", ""},
-          {10, "1b", "", ""},
-          {20, "1i", "", ""},
-          {30, "1i", "finished 1 after 10", "finished fired pid 1 after 10.0 s"}}},
-    };
-    for (const auto& [name, steps] : scripts) {
-        SCOPED_TRACE(name);
-        Scenario scenario;
-        for (const auto& step : steps) {
-            SCOPED_TRACE(step.offset);
-            EXPECT_EQ(scenario.at(step.offset, step.sessions),
-                      (std::pair<std::string, std::string>{step.told, step.log}));
+    std::istringstream lines(testing::readFile(testing::fixture("notices/reducer-scripts.txt")));
+    std::optional<Scenario> scenario;
+    std::string script;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.empty() || line.starts_with('#')) continue;
+        if (line.starts_with("= ")) {
+            script = line;
+            scenario.emplace();
+            continue;
         }
+        SCOPED_TRACE(script + ": " + line);
+        // "<offset> <sessions> | <told> | <log>", padded so that every part is there.
+        std::vector<std::string> parts;
+        line += " |  | ";
+        for (std::size_t from = 0, bar; parts.size() < 3; from = bar + 3)
+            parts.push_back(line.substr(from, (bar = line.find(" | ", from)) - from));
+        const auto space = parts[0].find(' ');
+        ASSERT_TRUE(scenario);
+        EXPECT_EQ(scenario->at(std::stod(parts[0]), parts[0].substr(space + 1)),
+                  std::pair(parts[1], parts[2]));
     }
 }
 

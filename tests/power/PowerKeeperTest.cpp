@@ -3,6 +3,8 @@
 // release without a hold says nothing.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "power/PowerKeeper.h"
 
 namespace vigilmoth {
@@ -36,55 +38,44 @@ struct RecordingAssertions final : PowerAssertionMaking {
     void release(PowerAssertionID id) override { calls.push_back("release " + std::to_string(id)); }
 };
 
-struct Step {
-    std::function<void(PowerKeeper&, RecordingAssertions&)> act;
-    std::vector<std::string> calls;
-    std::vector<std::string> logged;
-};
-
 TEST(PowerKeeperTest, HoldsRenewsRenamesRecreatesAndReleases) {
-    const auto hold = [](std::string reason) {
-        return [reason](PowerKeeper& keeper, RecordingAssertions&) { keeper.hold(reason); };
-    };
-    const auto release = [](PowerKeeper& keeper, RecordingAssertions&) { keeper.release(); };
-    const std::vector<Step> steps = {
-        {release, {}, {}},
-        {hold("a"), {"create idle a", "create system a"}, {"acquired power assertions: a"}},
-        {hold("a"), {"renew 1", "renew 2"}, {}},
-        {hold("b"), {"renew 1", "renew 2", "rename 1 b", "rename 2 b"}, {}},
-        {[](PowerKeeper& keeper, RecordingAssertions& system) {
-             system.lapsed = {2};
-             system.failing = {"system"};
-             keeper.hold("b");
-         },
+    // Each step: what happens ("lapse <id>" and "fail <kind>" before a "hold <reason>", "gone"
+    // for an unreachable service), the calls made, the lines logged.
+    using Lines = std::vector<std::string>;
+    const std::tuple<std::string, Lines, Lines> steps[] = {
+        {"release", {}, {}},
+        {"hold a", {"create idle a", "create system a"}, {"acquired power assertions: a"}},
+        {"hold a", {"renew 1", "renew 2"}, {}},
+        {"hold b", {"renew 1", "renew 2", "rename 1 b", "rename 2 b"}, {}},
+        {"lapse 2 fail system hold b",
          {"renew 1", "renew 2", "release 1", "release 2", "create idle b", "create system b"},
          {"Create(system) failed: -1", "acquired power assertions: b"}},
-        {[](PowerKeeper& keeper, RecordingAssertions& system) {
-             system.lapsed = {3};
-             keeper.hold("b");
-         },
+        {"lapse 3 hold b",
          {"renew 3", "release 3", "create idle b", "create system b"},
          {"acquired power assertions: b"}},
-        {release, {"release 4"}, {"released power assertions"}},
-        {[](PowerKeeper& keeper, RecordingAssertions& system) {
-             system.reachable = false;
-             keeper.hold("c");
-         },
-         {},
-         {}},
+        {"release", {"release 4"}, {"released power assertions"}},
+        {"gone hold c", {}, {}},
     };
     RecordingAssertions system;
     PowerKeeper keeper(system);
-    std::vector<std::string> logged;
+    Lines logged;
     setLogSink(
         [&](LogLevel, std::string_view, std::string_view line) { logged.emplace_back(line); });
-    for (size_t index = 0; index < steps.size(); ++index) {
-        SCOPED_TRACE(index);
+    for (const auto& [act, calls, logs] : steps) {
+        SCOPED_TRACE(act);
         system.calls.clear();
         logged.clear();
-        steps[index].act(keeper, system);
-        EXPECT_EQ(system.calls, steps[index].calls);
-        EXPECT_EQ(logged, steps[index].logged);
+        std::istringstream words(act);
+        for (std::string word, what; words >> word;) {
+            if (word == "release") keeper.release();
+            if (word == "gone") system.reachable = false;
+            if (word == "hold" && words >> what) keeper.hold(what);
+            if (word == "lapse" && words >> what)
+                system.lapsed = {static_cast<PowerAssertionID>(std::stoul(what))};
+            if (word == "fail" && words >> what) system.failing = {what};
+        }
+        EXPECT_EQ(system.calls, calls);
+        EXPECT_EQ(logged, logs);
     }
     setLogSink(nullptr);
     EXPECT_FALSE(keeper.held());

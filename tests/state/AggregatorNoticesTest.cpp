@@ -85,13 +85,10 @@ TEST_F(AggregatorNoticesTest, KeepsTheFiveNewestDecisionsNewestFirst) {
     announce(13, {{10, waiting}});
     const auto& entries = notices.history().entries;
     ASSERT_EQ(entries.size(), 5u);
-    EXPECT_EQ(entries.front().title, "Claude Code is waiting for you");
-    EXPECT_EQ(entries[1].id, "skipped-4");
+    EXPECT_EQ(entries.front().result.kind, AgentNoticeHistory::Result::Kind::sending);
     EXPECT_EQ(entries[1].title, "An agent started to wait for you");
     EXPECT_EQ(entries[1].result.kind, AgentNoticeHistory::Result::Kind::notActive);
     EXPECT_EQ(entries.back().id, "skipped-1");
-
-    EXPECT_EQ(entries.front().result.kind, AgentNoticeHistory::Result::Kind::sending);
 }
 
 TEST_F(AggregatorNoticesTest, TheFrontApplicationCountsOnlyWhenTheUserWantsToBeAway) {
@@ -138,8 +135,7 @@ TEST_F(AggregatorNoticesTest, AnnouncesAHiddenNoticeOnceWhileTheIconIsHidden) {
                                   .stayAwakeLidClosedOnBattery = true,
                                   .setup = HelperSetup::notResponding};
     HiddenNoticeFacts fine{.showMenuBarIcon = false, .helperStatus = HelperStatus::enabled};
-    HiddenNoticeFacts shown = off;
-    shown.showMenuBarIcon = true;
+    HiddenNoticeFacts shown{.sleepDisabled = true};
     // The icon shows it; hiding the icon later does not announce what held already; it goes
     // away and comes back, once; another case.
     const std::vector<std::pair<HiddenNoticeFacts, size_t>> steps = {

@@ -48,11 +48,9 @@ TEST(HookActionsTest, KeepsEachEntrysStatusAndLastFailure) {
     setLogSink(writeLogLineToStandardError);
 }
 
-class FakeLoginItem final : public LoginItemManaging {
-public:
-    Status current = Status::notRegistered;
-    // What a registration leads to, and the failure it reports instead.
-    Status registered = Status::enabled;
+// A registration leads to `registered`, or reports `failure` instead.
+struct FakeLoginItem final : LoginItemManaging {
+    Status current = Status::notRegistered, registered = Status::enabled;
     std::optional<std::string> failure;
     std::string calls;
 

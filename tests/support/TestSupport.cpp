@@ -3,17 +3,16 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
-#include <random>
 #include <sstream>
 #include <stdexcept>
+
+#include "support/Spawn.h"
 
 extern char** environ;
 
@@ -56,14 +55,6 @@ std::vector<std::string> mergedEnvironment(const ProcessOptions& options) {
     return result;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& strings) {
-    std::vector<char*> result;
-    for (auto& text : strings)
-        result.push_back(text.data());
-    result.push_back(nullptr);
-    return result;
-}
-
 // Starts a program whose standard input, output and error are the given descriptors
 // (-1: input from /dev/null, or this process's own output or error). Throws when it cannot.
 pid_t spawn(const std::string& executable, const std::vector<std::string>& arguments,
@@ -82,16 +73,9 @@ pid_t spawn(const std::string& executable, const std::vector<std::string>& argum
     }
     std::vector<std::string> argv = {executable};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    auto argvPointers = pointers(argv);
-    auto environment = mergedEnvironment(options);
-    auto environmentPointers = pointers(environment);
-    pid_t pid = 0;
-    int spawned = ::posix_spawn(&pid, executable.c_str(), &actions, nullptr, argvPointers.data(),
-                                environmentPointers.data());
+    const pid_t pid = spawnProcess(executable, argv, mergedEnvironment(options), &actions);
     posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0) {
-        throw std::runtime_error("could not start " + executable + ": " + std::strerror(spawned));
-    }
+    if (pid < 0) throw std::runtime_error("could not start " + executable);
     return pid;
 }
 

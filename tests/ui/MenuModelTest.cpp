@@ -1,15 +1,23 @@
 // Show that the menu model orders the agents' groups by rank and by how long they have been in
 // their state, folds idle agents only beyond five, names namesakes apart, lists several
-// sessions as children, and picks the most urgent attention line, the bar's choices and the
-// battery line from the central state.
+// sessions as children, and picks the most urgent attention line, the bar's choices, the
+// battery line and the robot's pose; and that the tray's menu carries the panel.
 #include "ui/MenuModel.h"
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "support/DecisionBuilders.h"
 #include "support/MachineWording.h"
 #include "support/ScopedTimeZone.h"
+#include "ui/Golden.h"
 #include "ui/GroupDisclosure.h"
+#include "ui/MenuBarLook.h"
+#include "ui/MenuBarVisibility.h"
+#include "ui/PanelText.h"
+#include "ui/RobotLook.h"
+#include "ui/ShellMenu.h"
 
 namespace vigilmoth {
 namespace {
@@ -19,6 +27,7 @@ using testing::worded;
 using State = ReportedState;
 using Attention = PanelAttention::Kind;
 using A = PanelAction;
+using H = HoldHeadline;
 
 // 20:00 UTC.
 const Date now(1'699'992'000);
@@ -45,11 +54,21 @@ PanelInput inputOf(const std::vector<std::pair<AgentReading, std::optional<doubl
     return input;
 }
 
-std::vector<std::string> namesOf(const std::vector<PanelGroup>& groups) {
-    std::vector<std::string> names;
-    for (const auto& group : groups)
-        names.push_back(group.header.name);
-    return names;
+// Rows of "id pid state since": state w(orking), a (waiting) or i(dle); since "-" when unknown
+// to the clock.
+PanelInput inputOf(const std::string& rows) {
+    std::vector<std::pair<AgentReading, std::optional<double>>> sessions;
+    std::istringstream stream(rows);
+    std::string id, state, since;
+    std::int32_t pid = 0;
+    while (stream >> id >> pid >> state >> since) {
+        const auto read = state == "w"   ? State::working
+                          : state == "a" ? State::waitingForUser
+                                         : State::idle;
+        sessions.push_back({session(id, pid, read),
+                            since == "-" ? std::nullopt : std::optional(std::stod(since))});
+    }
+    return inputOf(sessions);
 }
 
 TEST(MenuModelTest, FoldsIdleGroupsOnlyBeyondFive) {
@@ -71,70 +90,51 @@ TEST(MenuModelTest, FoldsIdleGroupsOnlyBeyondFive) {
     }
 }
 
-TEST(MenuModelTest, OrdersByRankThenByHowLongEachHasBeenInItsState) {
+std::string rendered(const std::vector<PanelGroup>& groups) {
+    const auto goTo = [](const std::optional<PanelAction>& action) {
+        return action ? " -> " + PanelText::title(*action) : "";
+    };
+    std::string out;
+    for (const auto& group : groups) {
+        const auto& header = group.header;
+        out += header.name + " {" + header.distinction.value_or("") + "} " +
+               header.label.value_or("") + " | " + header.detail + " | " + header.hint +
+               goTo(header.goTo) + " (" + std::to_string(group.waiting) + " waiting, " +
+               std::to_string(group.working) + " working, " + std::to_string(group.idle) +
+               " idle)\n";
+        for (const auto& child : group.children)
+            out += "  " + child.id + " " + child.label + " | " + child.detail.value_or("-") +
+                   " | " + child.hint + goTo(child.goTo) + "\n";
+    }
+    return out + "\n";
+}
+
+TEST(MenuModelTest, GroupsGoByRankAndTimeInStateWithNamesakesApartAndSessionsAsChildren) {
+    testing::ScopedTimeZone utc("UTC");
     const auto ignored = VerdictReason::plain(VerdictReason::Kind::ignoredByRule);
     // The verdict has seen "quiet" idle for 30 minutes, the clock only for 5: it counts as 30.
-    const auto input = inputOf({
-        {session("waits-briefly", 1, State::waitingForUser), 60},
-        {session("waits-unclocked", 2, State::waitingForUser), std::nullopt},
-        {session("ignored", 3, State::idle, ignored), 10},
-        {session("works", 4, State::working), 900},
-        {session("quiet", 5, State::idle, VerdictReason::noActivity(30)), 300},
-        {session("idle-longer", 6, State::idle), 600},
-        {session("waits-long", 7, State::waitingForUser), 600},
-        {session("idle-recently", 8, State::idle), 60},
-    });
-    const auto groups = MenuModel::groups(input, now).inView;
-    const std::pair<const char*, const char*> expected[] = {
-        {"waits-long", "Waiting for your answer for 10 minutes"},
-        {"waits-briefly", "Waiting for your answer for 1 minute"},
-        {"waits-unclocked", "Waiting for your answer"},
-        {"works", "Working for 15 minutes"},
-        {"idle-recently", "Idle for 1 minute"},
-        {"idle-longer", "Idle for 10 minutes"},
-        {"quiet", "Idle for 30 minutes"},
-        {"ignored", "Ignored"},
-    };
-    ASSERT_EQ(groups.size(), std::size(expected));
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-        SCOPED_TRACE(expected[i].first);
-        EXPECT_EQ(groups[i].header.name, expected[i].first);
-        EXPECT_EQ(groups[i].header.detail, expected[i].second);
-    }
-    EXPECT_EQ(groups.back().header.hint, "You set vigilmoth to ignore this agent");
-    EXPECT_EQ(groups[3].header.hint, "Using the processor");
-}
+    auto ranked = inputOf(
+        "waits-briefly 1 a 60  waits-unclocked 2 a -  ignored 3 i 10  works 4 w 900  quiet 5 i 300"
+        "  idle-longer 6 i 600  waits-long 7 a 600  idle-recently 8 i 60");
+    ranked.decision.perAgent[2].reading.verdict.reason = ignored;
+    ranked.decision.perAgent[4].reading.verdict.reason = VerdictReason::noActivity(30);
+    std::string out = rendered(MenuModel::groups(ranked, now).inView);
 
-TEST(MenuModelTest, NamesNamesakesApart) {
     const auto cli = AgentDefinition::Kind::cli, desktop = AgentDefinition::Kind::desktop;
-    auto input = inputOf({{session("codex", 1, State::working, cpu, cli, "Codex"), 60},
-                          {session("codex-desktop", 2, State::idle, cpu, desktop, "Codex"), 120},
-                          {session("cursor-desktop", 3, State::idle, cpu, desktop, "Cursor"), 180},
-                          {session("tool-a", 4, State::idle, cpu, cli, "Tool"), 240},
-                          {session("tool-b", 5, State::idle, cpu, cli, "Tool"), 300}});
-    input.labels[{4, 1000}] = "web";
-    const auto groups = MenuModel::groups(input, now).all;
-    EXPECT_EQ(namesOf(groups),
-              (std::vector<std::string>{"Codex", "Codex app", "Cursor", "Tool", "Tool"}));
-    EXPECT_EQ(groups[3].header.distinction, "web");
-    EXPECT_EQ(groups[4].header.distinction, "tool-b");
-    EXPECT_EQ(groups[0].header.distinction, std::nullopt);
-}
+    auto namesakes =
+        inputOf({{session("codex", 1, State::working, cpu, cli, "Codex"), 60},
+                 {session("codex-desktop", 2, State::idle, cpu, desktop, "Codex"), 120},
+                 {session("cursor-desktop", 3, State::idle, cpu, desktop, "Cursor"), 180},
+                 {session("tool-a", 4, State::idle, cpu, cli, "Tool"), 240},
+                 {session("tool-b", 5, State::idle, cpu, cli, "Tool"), 300}});
+    namesakes.labels[{4, 1000}] = "web";
+    out += rendered(MenuModel::groups(namesakes, now).all);
 
-TEST(MenuModelTest, SeveralSessionsBecomeChildrenWithIdleOnesSummedUp) {
-    testing::ScopedTimeZone utc("UTC");
-    auto input = inputOf({
-        {session("claude", 2, State::working), 300},
-        {session("claude", 3, State::idle), 60},
-        {session("claude", 4, State::idle), std::nullopt},
-        {session("claude", 5, State::idle), std::nullopt},
-        {session("claude", 1, State::waitingForUser), 120},
-        {session("claude", 6, State::idle), std::nullopt},
-        {session("claude", 7, State::idle), std::nullopt},
-        {session("codex", 8, State::idle), 60},
-        {session("codex", 9, State::idle), std::nullopt},
-        {session("pi", 10, State::working), 60},
-    });
+    // An agent with a session waiting leads with it and sums up its idle ones; an agent idle
+    // throughout lists each session.
+    auto input = inputOf(
+        "claude 2 w 300  claude 3 i 60  claude 4 i -  claude 5 i -  claude 1 a 120  claude 6 i -"
+        "  claude 7 i -  codex 8 i 60  codex 9 i -  pi 10 w 60");
     input.labels[{1, 1000}] = "api";
     input.labels[{3, 1000}] = "docs";
     input.hints[{4, 1000}] = {.terminal = "ttys003"};
@@ -144,39 +144,18 @@ TEST(MenuModelTest, SeveralSessionsBecomeChildrenWithIdleOnesSummedUp) {
     input.hints[{10, 1000}] = {.name = "refactor"};
     input.hosts[{1, 1000}] = "Terminal";
     const auto groups = MenuModel::groups(input, now).all;
-    ASSERT_EQ(namesOf(groups), (std::vector<std::string>{"claude", "pi", "codex"}));
-
-    const auto& claude = groups[0];
-    EXPECT_EQ(claude.header.detail, "Waiting for your answer for 2 minutes");
-    EXPECT_EQ(claude.header.state, PanelRow::State::waiting);
-    EXPECT_EQ(claude.header.goTo, A::goToAgent({1, 1000}, "Terminal"));
-    EXPECT_EQ(claude.header.label, std::nullopt);
-    EXPECT_EQ(std::tie(claude.waiting, claude.working, claude.idle), std::tuple(1, 1, 5));
-    const std::vector<PanelChild> children = {
-        {"1@1000.000000", "api", "Waiting for your answer for 2 minutes", "Using the processor",
-         A::goToAgent({1, 1000}, "Terminal")},
-        {"2@1000.000000", "since 19:55", "Working for 5 minutes", "Using the processor"},
-        {"claude/idle", "5 idle sessions", "docs, ttys003, Session 5 and 2 more", ""},
-    };
-    EXPECT_EQ(claude.children, children);
-
-    EXPECT_EQ(groups[1].header.label, "refactor");
-    EXPECT_TRUE(groups[1].children.empty());
-    // An agent idle throughout lists each session.
-    const auto& codex = groups[2];
-    ASSERT_EQ(codex.children.size(), 2u);
-    EXPECT_EQ(std::tie(codex.children[0].label, codex.children[0].detail),
-              std::tuple("site", "Idle for 1 minute"));
-    EXPECT_EQ(std::tie(codex.children[1].label, codex.children[1].detail),
-              std::tuple("Session 2", "Idle"));
+    out += rendered(groups);
+    testing::expectGolden("ui/menu-groups.txt", out);
+    EXPECT_EQ(groups[0].header.state, PanelRow::State::waiting);
+    EXPECT_EQ(groups[0].children[0].goTo, A::goToAgent({1, 1000}, "Terminal"));
 }
 
 TEST(MenuModelTest, TheEmptyListInvitesToStartAnAgentOnlyWhenNoneIsOpen) {
-    const std::tuple<HoldHeadline, bool, std::string> cases[] = {
-        {HoldHeadline::noAgents(), false,
+    const std::tuple<H, bool, std::string> cases[] = {
+        {H::noAgents(), false,
          worded("Start an agent and vigilmoth keeps your Mac awake while it works")},
-        {HoldHeadline::switchedOff(), false, "No agent is open"},
-        {HoldHeadline::noAgents(), true, "No agent is open"},
+        {H::switchedOff(), false, "No agent is open"},
+        {H::noAgents(), true, "No agent is open"},
     };
     for (const auto& [headline, flagLeftOn, text] : cases) {
         SCOPED_TRACE(text);
@@ -212,8 +191,8 @@ struct Situation {
 PanelInput inputIn(const Situation& s) {
     PanelInput input;
     input.decision.hold = !s.notHolding;
-    input.decision.headline = s.stop ? HoldHeadline::safetyStop(*s.stop)
-                                     : HoldHeadline::working(HoldSubject::one("Codex"));
+    input.decision.headline =
+        s.stop ? H::safetyStop(*s.stop) : H::working(HoldSubject::one("Codex"));
     if (!s.noBattery) input.batteryPercent = s.percent;
     input.onBattery = !s.noBattery && !s.mains;
     input.settings.batteryFloorEnabled = !s.floorOff;
@@ -231,47 +210,40 @@ PanelInput inputIn(const Situation& s) {
     return input;
 }
 
+std::string titles(const std::vector<PanelAction>& actions) {
+    std::string out;
+    for (const auto& action : actions)
+        out += " [" + PanelText::title(action) + "]";
+    return out;
+}
+
 TEST(MenuModelTest, AttentionTakesTheMostUrgentProblem) {
     testing::ScopedTimeZone utc("UTC");
-    using PA = PanelAttention;
-    const std::string notResponding = worded(
-        "vigilmoth cannot reach its helper. Your Mac will sleep when you close the lid on "
-        "battery.");
-    const std::string needsLid = worded("Your Mac still sleeps with the lid closed on battery");
-    const std::pair<Situation, std::optional<PanelAttention>> cases[] = {
-        {{}, std::nullopt},
-        {{.stop = SafetyStop::batteryLow(18), .flagLeftOn = true, .lost = true},
-         PA{Attention::safetyStop, "vigilmoth starts again at 25%", {}}},
-        {{.stop = SafetyStop::tooHot(), .flagLeftOn = true},
-         PA{Attention::safetyStop, worded("vigilmoth starts again when your Mac is cool"), {}}},
-        {{.flagLeftOn = true, .notResponding = true},
-         PA{Attention::helperSwitchedOff,
-            worded("Allow vigilmoth again in Login Items, and your Mac sleeps as usual"),
-            {A::openLoginItems()}}},
-        {{.notResponding = true, .lost = true, .repairTried = true},
-         PA{Attention::helperNotResponding, notResponding, {A::tryHelperAgain(), A::openHelp()}}},
-        {{.notResponding = true, .needsSetup = true, .noBattery = true}, std::nullopt},
-        {{.lost = true, .needsSetup = true},
-         PA{Attention::helperLost,
-            "vigilmoth has to set up its helper again",
-            {A::setUpLidClosed()}}},
-        {{.needsSetup = true, .reachableFor = 60},
-         PA{Attention::reachableNeedsLidClosed, needsLid, {A::setUpLidClosed()}}},
-        {{.settingOff = true, .reachableFor = 60},
-         PA{Attention::reachableNeedsLidClosed, needsLid, {}}},
-        {{.needsSetup = true},
-         PA{Attention::lidClosedNotSetUp,
-            worded("Close the lid and your Mac still sleeps. Set up the helper to stay reachable."),
-            {A::setUpLidClosed(), A::dismissLidClosedHint()}}},
-        {{.needsSetup = true, .hintDismissed = true}, std::nullopt},
-        {{.needsSetup = true, .notHolding = true}, std::nullopt},
-        {{.slept = SleepReason{SleepReason::Paused{}}},
-         PA{Attention::sleptAnyway, worded("Your Mac slept at 19:30"), {A::dismissSleepNote()}}},
+    const Situation cases[] = {
+        {},
+        {.stop = SafetyStop::batteryLow(18), .flagLeftOn = true, .lost = true},
+        {.stop = SafetyStop::tooHot(), .flagLeftOn = true},
+        {.flagLeftOn = true, .notResponding = true},
+        {.notResponding = true, .lost = true, .repairTried = true},
+        {.notResponding = true, .needsSetup = true, .noBattery = true},
+        {.lost = true, .needsSetup = true},
+        {.needsSetup = true, .reachableFor = 60},
+        {.settingOff = true, .reachableFor = 60},
+        {.needsSetup = true},
+        {.needsSetup = true, .hintDismissed = true},
+        {.needsSetup = true, .notHolding = true},
+        {.slept = SleepReason{SleepReason::Paused{}}},
     };
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ(MenuModel::attention(inputIn(cases[i].first), now), cases[i].second);
+    std::string out;
+    for (const auto m : {MachineWord::mac(), MachineWord::computer()}) {
+        for (const auto& situation : cases) {
+            const auto attention = MenuModel::attention(inputIn(situation), now, m);
+            out += attention ? std::to_string(static_cast<int>(attention->kind)) + ": " +
+                                   attention->text + titles(attention->actions) + "\n"
+                             : "-\n";
+        }
     }
+    testing::expectGolden("ui/attention.txt", out);
 }
 
 TEST(MenuModelTest, TheSleepNoteIsShownOnceWithItsReason) {
@@ -292,33 +264,22 @@ TEST(MenuModelTest, TheSleepNoteIsShownOnceWithItsReason) {
 
 TEST(MenuModelTest, TheBarOffersWhatFitsTheTimedModes) {
     testing::ScopedTimeZone utc("UTC");
-    const std::vector pauses = {A::pause(PauseChoice::thirtyMinutes),
-                                A::pause(PauseChoice::oneHour),
-                                A::pause(PauseChoice::untilTomorrow)};
-    const std::vector reachables = {A::stayReachable(ReachableChoice::oneHour),
-                                    A::stayReachable(ReachableChoice::twoHours),
-                                    A::stayReachable(ReachableChoice::fourHours)};
-    const std::string cost = "Uses about 1% of battery per hour";
-    const auto mode = AwakeMode::agentWorking;
-    const std::pair<Situation, PanelBar> cases[] = {
-        {{}, {true, mode, {}, {}, pauses, reachables, cost}},
-        {{.noBattery = true}, {true, mode, {}, {}, pauses, reachables, {}}},
-        {{.pausedFor = 3600}, {true, mode, "Paused until 21:00", {}, {A::resume()}, {}, {}}},
-        {{.pausedFor = 0}, {true, mode, {}, {}, pauses, reachables, cost}},
-        {{.reachableFor = 5400},
-         {true, mode, {}, "Reachable until 21:30", pauses, {A::stopReachable()}, cost}},
-        {{.off = true}, {false, mode, {}, {}, {}, {}, {}}},
-    };
-    for (const auto& [situation, expected] : cases) {
-        SCOPED_TRACE(expected.pausedLabel.value_or(expected.reachableLabel.value_or("")));
+    std::string out;
+    for (const Situation& situation :
+         {Situation{}, Situation{.noBattery = true}, Situation{.pausedFor = 3600},
+          Situation{.pausedFor = 0}, Situation{.reachableFor = 5400}, Situation{.off = true}}) {
         const auto input = inputIn(situation);
-        EXPECT_EQ(MenuModel::bar(input, now), expected);
-        const auto state = MenuModel::state(input, now);
+        const auto bar = MenuModel::bar(input, now);
+        const auto state = MenuModel::state(input, now, MachineWord::mac());
+        out += std::string(bar.enabled ? "on" : "off") + " | " + bar.pausedLabel.value_or("-") +
+               " | " + bar.reachableLabel.value_or("-") + " | " + bar.reachableCost.value_or("-") +
+               titles(bar.pauseActions) + titles(bar.reachableActions) + "\n  " +
+               *state.menuBarAccessibilityLabel + "\n";
+        EXPECT_EQ(bar.mode, AwakeMode::agentWorking);
         EXPECT_EQ(std::tie(state.pausedLabel, state.pauseActions, state.reachableActions),
-                  std::tie(expected.pausedLabel, expected.pauseActions, expected.reachableActions));
-        EXPECT_EQ(state.menuBarAccessibilityLabel,
-                  "vigilmoth: " + expected.reachableLabel.value_or(worded("Your Mac stays awake")));
+                  std::tie(bar.pausedLabel, bar.pauseActions, bar.reachableActions));
     }
+    testing::expectGolden("ui/bar.txt", out);
 }
 
 TEST(MenuModelTest, TheBatteryLineWarnsNearTheFloorAndWhenStopped) {
@@ -371,6 +332,90 @@ TEST(MenuModelTest, DisclosureForgetsAChoiceOnceTheGroupChangesKind) {
     disclosure.settle({group});
     group.working = 1;
     EXPECT_TRUE(disclosure.isOpen(group));
+}
+
+TEST(MenuBarLookTest, EveryHeadlineHasAPoseAndEveryPoseALabel) {
+    const auto one = HoldSubject::one("Codex");
+    const char* kinds[] = {"awake",  "safety stop", "reachable", "attentive",
+                           "asleep", "off",         "paused",    "helper off"};
+    std::string out;
+    for (const auto& headline :
+         {H::working(one), H::finishedRecently(one), H::open(one), H::alwaysOn(), H::reachable(now),
+          H::remoteAccess(), H::waitingHeld(one), H::waitingReleased(one), H::idle(one),
+          H::noAgents(), H::paused(now), H::switchedOff(),
+          H::safetyStop(SafetyStop::batteryLow(18)), H::safetyStop(SafetyStop::weakCharger(18)),
+          H::safetyStop(SafetyStop::tooHot())}) {
+        const auto pose = MenuModel::pose(headline);
+        const RobotLook look(pose);
+        out += std::string(kinds[static_cast<int>(pose.kind)]) + " " + std::to_string(look.wisps) +
+               (look.warning ? look.warning == HeroPose::SafetyKind::heat ? " heat" : " battery"
+                             : "") +
+               " | " + look.menuBar().accessibilityLabel(MachineWord::mac()) + " | " +
+               look.menuBar().accessibilityLabel(MachineWord::computer()) + "\n";
+    }
+    testing::expectGolden("ui/menu-bar-poses.txt", out);
+    EXPECT_EQ(RobotLook(HeroPose::helperOff()).menuBar().accessibilityLabel(),
+              "vigilmoth: Needs attention");
+    // Closed eyes are told apart by the pause and the opacity alone.
+    using Eyes = MenuBarLook::Eyes;
+    EXPECT_EQ((MenuBarLook{Eyes::closed, false, 0.5, false}).accessibilityLabel(),
+              "vigilmoth: Off");
+    EXPECT_EQ((MenuBarLook{Eyes::closed, false, 1.0, false}).accessibilityLabel(MachineWord::mac()),
+              "vigilmoth: Your Mac can sleep");
+    EXPECT_EQ((MenuBarLook{Eyes::closed, false, 0.5, true}).accessibilityLabel(),
+              "vigilmoth: Paused");
+}
+
+TEST(MenuBarLookTest, TheItemIsShownUnlessTheUserHidIt) {
+    MemoryKeyValueStore defaults;
+    EXPECT_TRUE(MenuBarVisibility::isShown(defaults));
+    defaults.set("MenuBar.showIcon", "no");
+    EXPECT_TRUE(MenuBarVisibility::isShown(defaults));
+    defaults.set("MenuBar.showIcon", false);
+    EXPECT_FALSE(MenuBarVisibility::isShown(defaults));
+}
+
+void render(std::string& out, const std::vector<ShellMenuItem>& items, int depth = 0) {
+    using Toggle = ShellMenuItem::Toggle;
+    using Kind = ShellCommand::Kind;
+    for (const auto& item : items) {
+        out += std::string(2 * depth, ' ') + (item.separator ? "----" : item.label);
+        if (item.toggle != Toggle::none)
+            out += std::string(item.toggle == Toggle::radio ? " (radio" : " (check") +
+                   (item.checked ? ", on)" : ")");
+        if (const auto& command = item.command) {
+            const char* kinds[] = {"panel", "mode", "hooks", "open at login", "quit"};
+            out += std::string(" -> ") + kinds[static_cast<int>(command->kind)];
+            if (command->kind == Kind::panel) out += ": " + PanelText::title(command->action);
+            if (command->kind == Kind::setMode)
+                out += " " + std::to_string(static_cast<int>(command->mode));
+            if (command->kind == Kind::setHooks)
+                out += " " + command->hookEntry + (command->on ? " on" : " off");
+        }
+        out += "\n";
+        render(out, item.children, depth + 1);
+    }
+}
+
+TEST(ShellMenuTest, CarriesThePanelAndTheSettingsBesideIt) {
+    PanelState panel{.title = "Your computer stays awake", .subtitle = "Codex is working"};
+    PanelGroup codex{.header = {.id = "codex",
+                                .agentID = "codex",
+                                .name = "Codex",
+                                .state = PanelRow::State::working,
+                                .detail = "Working for 5 minutes"}};
+    codex.children = {{"a", "my_app", "Working for 5 minutes", "", std::nullopt},
+                      {"b", "since 10:04", "Idle", "", A::goToAgent({7, 1}, "Kitty")}};
+    codex.rule = AgentRule::ignore;
+    panel.groups = {codex};
+    panel.pauseActions = {A::pause(PauseChoice::oneHour)};
+    const auto items = ShellMenu::items({panel,
+                                         AwakeMode::agentOpen,
+                                         {{"claude", "Claude Code", HookStatus::installed(3)},
+                                          {"gemini", "Gemini CLI", HookStatus::configMissing()}}});
+    std::string out;
+    render(out, items);
+    testing::expectGolden("ui/shell-menu.txt", out);
 }
 
 }  // namespace

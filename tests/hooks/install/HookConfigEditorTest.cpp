@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <random>
 
+#include "base/Golden.h"
 #include "hooks/HookEvents.h"
 #include "hooks/install/HookExpectations.h"
 #include "hooks/json/JSONSourceText.h"
@@ -76,49 +77,26 @@ std::vector<json> documentsWithUserHooks(const HookCatalogEntry& target) {
     };
 }
 
-TEST(HookConfigEditorTest, GroupsAreWrittenLineByLine) {
-    OurHandler handler{"Notification", "a|b", "run 'x' \"y\" a/b"};
-    EXPECT_EQ(group(handler, "  ", "  ", "\n", false),
-              "{\n    \"matcher\": \"a|b\",\n    \"hooks\": [\n      {\n"
-              "        \"type\": \"command\",\n        \"command\": \"run 'x' \\\"y\\\" a/b\",\n"
-              "        \"timeout\": 3\n      }\n    ]\n  }");
-    handler.matcher.reset();
-    EXPECT_EQ(group(handler, "\t", "\t", "\r\n", false),
-              "{\r\n\t\t\"hooks\": [\r\n\t\t\t{\r\n\t\t\t\t\"type\": \"command\",\r\n"
-              "\t\t\t\t\"command\": \"run 'x' \\\"y\\\" a/b\",\r\n\t\t\t\t\"timeout\": 3\r\n"
-              "\t\t\t}\r\n\t\t]\r\n\t}");
-    EXPECT_EQ(group(handler, "", "    ", "\n", true),
-              "{\n    \"command\": \"run 'x' \\\"y\\\" a/b\",\n    \"timeout\": 3\n}");
-}
-
-// Claude: eight groups, only Notification's with a matcher. Cursor: ten flat handlers and a
-// version. Codex reads its hooks.json strictly: nothing but "hooks" at the root.
+// What a fresh install writes for each agent, with an application path that needs escaping,
+// and how the groups follow a file written with tabs and carriage returns. The hook's place in
+// the application differs by platform; the listings show it as <hook>.
 TEST(HookConfigEditorTest, EachLayoutGetsItsHandlers) {
-    HookInstallRecord record;
-    auto handlers = ourHandlers(installed("{}\n", entry("claude"), record), {"hooks"}, false);
-    ASSERT_EQ(handlers.size(), 8u);
-    for (const auto& handler : handlers) {
-        SCOPED_TRACE(handler.event);
-        EXPECT_EQ(handler.matcher.has_value(), handler.event == "Notification");
-        EXPECT_NE(handler.command.find(kApp + std::string(HookCatalog::kHookExecutableSuffix) +
-                                       "' claude " + handler.event + " v=1"),
-                  std::string::npos);
+    const std::string app = "/opt/My App's \"vigilmoth\"";
+    auto expectGolden = [](const std::string& name, const std::string& text) {
+        testing::expectGolden("hooks/installed/" + name,
+                              replaced(text, HookCatalog::kHookExecutableSuffix, "<hook>"));
+    };
+    for (const auto& target : HookCatalog::entries()) {
+        SCOPED_TRACE(target.id);
+        const bool plugin = target.format.kind == HookCatalogEntry::Format::Kind::pluginFile;
+        expectGolden(target.id + (plugin ? ".js" : ".json"), preview(target, app));
     }
-    EXPECT_EQ(handlers[4].matcher,
-              "permission_prompt|elicitation_dialog|elicitation_url_dialog|idle_prompt");
-    EXPECT_EQ(handlers, expectedHandlers(entry("claude"), kApp));
-
-    auto cursor = installed("{}", entry("cursor"), record);
-    EXPECT_EQ(ourHandlers(cursor, {"hooks"}, true).size(), 10u);
-    EXPECT_TRUE(cursor.ends_with(",\n  \"version\": 1\n}")) << cursor;
+    HookInstallRecord record;
+    expectGolden("claude-tabs-crlf.json",
+                 installed("{\r\n\t\"model\": \"opus\",\r\n\t\"hooks\": {}\r\n}\r\n",
+                           entry("claude"), record, app));
+    installed("{}", entry("cursor"), record);
     EXPECT_EQ(record.addedVersion, true);
-    EXPECT_EQ(uninstalling(cursor, entry("cursor"), record, true), "{}");
-
-    HookInstallRecord codexRecord;
-    EXPECT_EQ(json::parse(installed("{}", entry("codex"), codexRecord)).size(), 1u);
-    EXPECT_FALSE(codexRecord.addedVersion.has_value());
-    EXPECT_EQ(preview(entry("droid"), kApp), installed("{}\n", entry("droid"), record));
-    EXPECT_EQ(preview(entry("pi"), kApp), HookCatalog::piExtensionSource(kApp));
 }
 
 TEST(HookConfigEditorTest, StatusTellsOursFromOthers) {
@@ -155,26 +133,15 @@ TEST(HookConfigEditorTest, StatusTellsOursFromOthers) {
 }
 
 TEST(HookConfigEditorTest, LayoutsItDoesNotKnowAreRefused) {
-    const std::pair<std::string, Kind> cases[] = {
-        {"{\"hooks\": []}", Kind::unexpectedShape},
-        {"[]", Kind::unexpectedShape},
-        {"{\"hooks\": {\"Stop\": {}}}", Kind::unexpectedShape},
-        {"{\"hooks\": {\"Other\": 3}}", Kind::unexpectedShape},
-        {"{\"hooks\": {\"Stop\": [\"echo\"]}}", Kind::unexpectedShape},
-        {"{\"hooks\": \"none\"}", Kind::unexpectedShape},
-        {"{\"a\": 1,}", Kind::unreadable},
-        {"// settings\n{}", Kind::unreadable},
-        {"", Kind::unreadable}};
-    for (const auto& [text, kind] : cases) {
-        SCOPED_TRACE(text);
+    testing::expectEachLineReads("hooks/refused-layouts.txt", [](const std::string& text) {
         HookInstallRecord record;
         try {
-            installed(text, entry("claude"), record);
-            ADD_FAILURE() << "installed";
+            installed(replaced(text, "\\n", "\n"), entry("claude"), record);
         } catch (const HookInstallError& error) {
-            EXPECT_EQ(error.kind(), kind);
+            return error.kind() == Kind::unreadable ? "unreadable" : "unexpected shape";
         }
-    }
+        return "installed";
+    });
 }
 
 // Every entry, every spelling: the install holds exactly the old content plus our handlers,

@@ -10,6 +10,7 @@
 #include <map>
 #include <random>
 
+#include "base/Golden.h"
 #include "base/Log.h"
 #include "hooks/install/HookExpectations.h"
 #include "hooks/install/HookPluginHistory.h"
@@ -213,51 +214,42 @@ TEST_F(HookInstallerTest, ALinkedSettingsFileIsEditedWhereItLives) {
     EXPECT_EQ(readFile(real), "{\"model\": \"opus\"}\n");
 }
 
+// Each guard's message is in the listing, after the guard's name.
 TEST_F(HookInstallerTest, EachGuardStopsWithItsMessageAndWritesNothing) {
     const auto& claude = entry("claude");
     const std::string sonnet = "{\"model\": \"sonnet\"}\n";
-    const struct {
-        std::string name;
-        std::function<void()> arrange;
-        std::string message;
-    } cases[] = {
+    const std::pair<std::string, std::function<void()>> cases[] = {
         {"changed while editing",
          [&] {
              files.beforeRead = [&](const std::string& path, int count) {
                  if (path.ends_with("settings.json") && count == 2) writeFile(path, sonnet);
              };
-         },
-         "~/.claude/settings.json changed while vigilmoth was working on it. Nothing was "
-         "written. Try again."},
-        {"read-only", [&] { files.readOnly = true; },
-         "~/.claude/settings.json is read-only, so vigilmoth did not change it. Allow writing "
-         "to the file, then try again."},
-        {"write fails", [&] { files.failWrites = true; },
-         "vigilmoth could not write ~/.claude/settings.json. Nothing was changed."},
-        {"not JSON", [&] { writeFile(config(claude), "{\"model\": opus}\n"); },
-         "vigilmoth could not read ~/.claude/settings.json, so it did not change it. Check "
-         "that the file is valid JSON."},
+         }},
+        {"read-only", [&] { files.readOnly = true; }},
+        {"write fails", [&] { files.failWrites = true; }},
+        {"not JSON", [&] { writeFile(config(claude), "{\"model\": opus}\n"); }},
         {"hooks as an array",
          [&] {
              writeFile(config(claude), "{\n  \"hooks\": [\n    {\"event\": \"Stop\"}\n  ]\n}\n");
-         },
-         "~/.claude/settings.json has a layout vigilmoth does not recognize, so it did not "
-         "change it."},
+         }},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    std::string listing;
+    for (const auto& [name, arrange] : cases) {
+        SCOPED_TRACE(name);
         fs::remove_all(home.path() / ".claude");
         setUp(claude, "{\"model\": \"opus\"}\n");
         files = SteppingFiles();
-        c.arrange();
+        arrange();
         auto before = readFile(config(claude));
-        EXPECT_EQ(failure([&] { installer().install(claude); }, claude), c.message);
+        listing += name + ": " +
+                   failure([&] { installer().install(claude); }, claude).value_or("-") + "\n";
         files.beforeRead = nullptr;
         // The other program's edit stands; otherwise the file is as it was.
-        EXPECT_EQ(readFile(config(claude)), c.name == "changed while editing" ? sonnet : before);
+        EXPECT_EQ(readFile(config(claude)), name == "changed while editing" ? sonnet : before);
         EXPECT_TRUE(backupsOf(claude).empty());
         EXPECT_FALSE(fs::exists(installer().recordPath(claude)));
     }
+    testing::expectGolden("hooks/install-guards.txt", listing);
 }
 
 TEST_F(HookInstallerTest, RemovalRereadsBeforeDeletingAFileItCreated) {
@@ -270,8 +262,7 @@ TEST_F(HookInstallerTest, RemovalRereadsBeforeDeletingAFileItCreated) {
         if (path.ends_with("hooks.json") && count == 2) writeFile(path, theirs);
     };
     EXPECT_EQ(failure([&] { installer().uninstall(cursor); }, cursor),
-              "~/.cursor/hooks.json changed while vigilmoth was working on it. Nothing was "
-              "written. Try again.");
+              HookInstallError(Kind::changedWhileEditing).message("~/.cursor/hooks.json"));
     files.beforeRead = nullptr;
     EXPECT_EQ(readFile(config(cursor)), theirs);
     EXPECT_TRUE(fs::exists(installer().recordPath(cursor))) << "kept for another try";

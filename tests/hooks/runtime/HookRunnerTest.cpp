@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <map>
+#include <sstream>
+
+#include "base/Golden.h"
 
 namespace vigilmoth {
 namespace {
@@ -46,71 +50,41 @@ public:
     std::map<std::string, std::string> files;
 };
 
-const std::string kClaudeBinary = "/home/u/.local/share/claude/versions/2.1.197";
+std::vector<std::string> words(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()};
+}
 
-// pid 1 is init; agents and shells hang below it.
 FakeCensus census() {
     FakeCensus census;
-    census.add(1, 1, "/sbin/init", {"/sbin/init"});
-    census.add(100, 1, kClaudeBinary, {"claude"});
-    census.add(101, 100, "/usr/bin/dash", {"/bin/sh", "-c", "hook"});
-    census.add(102, 101, "/usr/bin/bash", {"bash", "-c", "hook"});
-    census.add(103, 1, "/usr/bin/zsh", {"-zsh"});
-    census.add(104, 103, kClaudeBinary, {"claude", "--resume"});
-    census.add(105, 104, "/usr/bin/zsh", {"-zsh"});
-    census.add(
-        200, 1, "/opt/agents/codex/bin/codex",
-        {"/opt/agents/codex/bin/codex", "app-server", "--listen", "unix://", "--managed-daemon"});
-    census.add(201, 200, "/usr/bin/dash", {"/bin/sh", "-c", "hook"});
-    census.add(300, 1, "/usr/bin/node", {"node", "/home/u/.npm-global/bin/pi"});
-    census.add(400, 100, "/usr/bin/python3", {"python3", "tool.py"});
-    census.add(500, 501, "/usr/bin/dash", {"/bin/sh"});
-    census.add(501, 500, "/usr/bin/dash", {"/bin/sh"});
+    for (const auto& row : testing::tableRows("hooks/agent-walks.txt")) {
+        auto head = words(row.cells.at(0));
+        census.add(std::stoi(head.at(0)), std::stoi(head.at(1)), head.at(2),
+                   words(row.cells.at(1)));
+    }
     return census;
 }
 
 TEST(HookRunnerTest, TheWalkFindsTheAgentAboveItsShells) {
-    const std::tuple<std::string, int32_t, std::string, std::optional<int32_t>> cases[] = {
-        {"the agent itself", 100, "claude", 100},
-        {"through one shell", 101, "claude", 100},
-        {"through two shells", 102, "claude", 100},
-        {"login shells around the agent; the nearest wins", 105, "claude", 104},
-        {"codex's managed daemon runs its hooks", 201, "codex", 200},
-        {"pi under node", 300, "pi", 300},
-        {"a tool process of the agent is walked past", 400, "claude", 100},
-        {"another agent is not this one", 201, "claude", std::nullopt},
-        {"no agent up to init", 103, "claude", std::nullopt},
-        {"a gone parent", 999, "claude", std::nullopt},
-        {"no parent", 0, "claude", std::nullopt},
-        {"a loop of parents ends", 500, "claude", std::nullopt}};
-    for (const auto& [name, parent, agent, expected] : cases) {
-        SCOPED_TRACE(name);
+    testing::expectEachLineReads("hooks/agent-walk-results.txt", [](const std::string& line) {
+        auto parentAndAgent = words(line);
         FakeCensus processes = census();
-        auto found = HookRunner::agentProcess(parent, agent, processes, AgentCatalog::standard());
-        ASSERT_EQ(found.has_value(), expected.has_value());
-        if (found) {
-            EXPECT_EQ(std::pair(found->pid, found->startTime),
-                      std::pair(*expected, 1000.0 + *expected));
-        }
-        EXPECT_LE(processes.lookups, 32);
-    }
+        auto found = HookRunner::agentProcess(std::stoi(parentAndAgent.at(0)), parentAndAgent.at(1),
+                                              processes, AgentCatalog::standard());
+        EXPECT_LE(processes.lookups, 32) << line;
+        EXPECT_TRUE(!found || found->startTime == 1000.0 + found->pid);
+        return found ? std::to_string(found->pid) : "-";
+    });
 }
 
 TEST(HookRunnerTest, ShellsAreKnownByProgramOrArgumentZero) {
-    const std::tuple<std::string, std::vector<std::string>, bool> cases[] = {
-        {"/usr/bin/dash", {"/bin/sh", "-c", "x"}, true},
-        {"/bin/bash", {}, true},
-        {"/usr/bin/fish", {"fish"}, true},
-        {"/bin/busybox", {"-ash"}, true},
-        {"/usr/bin/zsh", {"-zsh"}, true},
-        {kClaudeBinary, {"claude"}, false},
-        {"/usr/bin/node", {"node", "/usr/bin/bash-language-server"}, false},
-        {"/usr/bin/shellcheck", {"shellcheck"}, false}};
-    for (const auto& [executable, arguments, shell] : cases) {
-        SCOPED_TRACE(executable);
-        EXPECT_EQ(HookRunner::isShell({.executablePath = executable, .arguments = arguments}),
-                  shell);
-    }
+    testing::expectEachLineReads("hooks/shells.txt", [](const std::string& line) {
+        auto parts = words(line);
+        return HookRunner::isShell(
+                   {.executablePath = parts.at(0), .arguments = {parts.begin() + 1, parts.end()}})
+                   ? "shell"
+                   : "-";
+    });
 }
 
 TEST(HookRunnerTest, ARunWritesOnlyWhatAnEventSaysForAFoundAgent) {

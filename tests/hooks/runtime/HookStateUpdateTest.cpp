@@ -5,6 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
+#include "base/Golden.h"
+
 namespace vigilmoth {
 namespace {
 
@@ -35,61 +39,47 @@ TEST(HookStateUpdateTest, EventsSetEndOrLeaveTheirSession) {
     const Session working{"working", "UserPromptSubmit", 50}, other{"idle", "Stop", 40},
         stopped{"idle", "Stop", 100};
     const auto both = fileWith({{kKey, working}, {kOtherKey, other}});
+    const auto onlyOther = fileWith({{kOtherKey, other}}),
+               onlyStopped = fileWith({{kKey, stopped}});
     const auto earlier = AgentProcess{kProcess.pid, kProcess.startTime - 0.002};
     const auto within = AgentProcess{kProcess.pid, kProcess.startTime + 0.0005};
-    const struct {
-        std::string name;
-        std::optional<HookStateFile> current;
-        std::string agent, event;
-        HookInput input;
-        std::optional<HookStateFile> expected;
-    } cases[] = {
+    using File = std::optional<HookStateFile>;
+    // name, current file, "agent event [session [notification type]]", expected file
+    const std::tuple<std::string, File, std::string, File> cases[] = {
         {"first event creates the file",
          {},
-         "claude",
-         "UserPromptSubmit",
-         session("s1"),
+         "claude UserPromptSubmit s1",
          fileWith({{kKey, {"working", "UserPromptSubmit", 100}}})},
-        {"next event replaces its session only", both, "claude", "Stop", session("s1"),
+        {"next event replaces its session only", both, "claude Stop s1",
          fileWith({{kKey, stopped}, {kOtherKey, other}})},
-        {"permission prompt waits", both, "claude", "Notification",
-         session("s1", "permission_prompt"),
+        {"permission prompt waits", both, "claude Notification s1 permission_prompt",
          fileWith({{kKey, {"waiting", "Notification", 100}}, {kOtherKey, other}})},
-        {"unknown notification changes nothing",
-         both,
-         "claude",
-         "Notification",
-         session("s1", "auth_success"),
-         {}},
-        {"event without rule changes nothing", both, "claude", "SessionStart", session("s1"), {}},
-        {"end drops the session", both, "claude", "SessionEnd", session("s1"),
-         fileWith({{kOtherKey, other}})},
-        {"end of the last session leaves an empty file", fileWith({{kKey, working}}), "claude",
-         "SessionEnd", session("s1"), fileWith({})},
-        {"end of an unknown session writes nothing",
-         fileWith({{kOtherKey, other}}),
-         "claude",
-         "SessionEnd",
-         session("s1"),
-         {}},
+        {"unknown notification changes nothing", both, "claude Notification s1 auth_success", {}},
+        {"event without rule changes nothing", both, "claude SessionStart s1", {}},
+        {"end drops the session", both, "claude SessionEnd s1", onlyOther},
+        {"end of the last session leaves an empty file", fileWith({{kKey, working}}),
+         "claude SessionEnd s1", fileWith({})},
+        {"end of an unknown session writes nothing", onlyOther, "claude SessionEnd s1", {}},
         {"no session id keys as none",
          {},
-         "codex",
-         "PermissionRequest",
-         HookInput{},
+         "codex PermissionRequest",
          fileWith({{"none", {"waiting", "PermissionRequest", 100}}}, kProcess, "codex")},
         {"a file of an earlier process with the same id is replaced",
-         fileWith({{kOtherKey, other}}, earlier), "claude", "Stop", session("s1"),
-         fileWith({{kKey, stopped}})},
+         fileWith({{kOtherKey, other}}, earlier), "claude Stop s1", onlyStopped},
         {"a start time within a millisecond is the same process",
-         fileWith({{kOtherKey, other}}, within), "claude", "Stop", session("s1"),
+         fileWith({{kOtherKey, other}}, within), "claude Stop s1",
          fileWith({{kKey, stopped}, {kOtherKey, other}})},
         {"another agent's file is replaced", fileWith({{kOtherKey, other}}, kProcess, "codex"),
-         "claude", "Stop", session("s1"), fileWith({{kKey, stopped}})},
+         "claude Stop s1", onlyStopped},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(run(c.current, c.agent, c.event, c.input), c.expected);
+    for (const auto& [name, current, words, expected] : cases) {
+        SCOPED_TRACE(name);
+        std::istringstream stream(words);
+        std::string agent, event, id, type;
+        stream >> agent >> event >> id >> type;
+        HookInput input;
+        if (!id.empty()) input = session(id, type.empty() ? std::nullopt : std::optional(type));
+        EXPECT_EQ(run(current, agent, event, input), expected);
     }
     // Unreadable files are started afresh.
     for (std::string text : {"", "{", "null", "{\"v\":1}", "\xff\xff"}) {
@@ -105,17 +95,15 @@ TEST(HookStateUpdateTest, PluginFieldsAreKeptAndStaleEventsDropped) {
     ASSERT_TRUE(file);
     EXPECT_EQ(file->sessions.at(kKey),
               (Session{"working", "session.busy", 100, 99000.0, 7, "inst1"}));
-    const std::tuple<std::string, HookInput, bool> cases[] = {
-        {"an earlier event of the same script", {"s1", {}, 1.0, 6, "inst1"}, false},
-        {"the same event again", {"s1", {}, 1.0, 7, "inst1"}, false},
-        {"a later event", {"s1", {}, 1.0, 8, "inst1"}, true},
-        {"a reloaded script starts counting again", {"s1", {}, 1.0, 1, "inst2"}, true},
-        {"an unnumbered event", {"s1", {}, {}, {}, "inst1"}, true},
-        {"another session", {"s2", {}, 1.0, 1, "inst1"}, true}};
-    for (const auto& [name, input, written] : cases) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(run(file, "opencode", "session.idle", input).has_value(), written);
-    }
+    testing::expectEachLineReads("hooks/plugin-events.txt", [&](const std::string& line) {
+        std::istringstream words(line);
+        std::string id, ts, seq, inst;
+        words >> id >> ts >> seq >> inst;
+        HookInput input{id, {}, {}, {}, inst};
+        if (ts != "-") input.ts = std::stod(ts);
+        if (seq != "-") input.seq = std::stoll(seq);
+        return run(file, "opencode", "session.idle", input) ? "written" : "stale";
+    });
 }
 
 TEST(HookStateUpdateTest, SessionsThatNeverEndedMakeRoomOldestFirst) {
