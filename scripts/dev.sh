@@ -13,8 +13,9 @@ cd "$root"
 
 debian_packages=(build-essential cmake ninja-build pkg-config ccache nlohmann-json3-dev libasio-dev
     libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev clang-format dbus python3-dbusmock
-    # The autostart entry's test checks it with desktop-file-validate.
-    desktop-file-utils
+    # The autostart entry's test checks it with desktop-file-validate; the D-Bus tests read the
+    # mocks' calls and menus with busctl.
+    desktop-file-utils systemd
     # The macOS check: clang, GNUstep's headers with GCC's Objective-C runtime, the blocks runtime.
     clang libgnustep-gui-dev gobjc libblocksruntime-dev)
 brew_packages=(cmake ninja pkg-config nlohmann-json asio googletest google-benchmark clang-format)

@@ -77,7 +77,7 @@ nlohmann::json DBusTestBus::call(const std::string& busName, const std::string& 
                                  const std::string& interface, const std::string& method,
                                  const std::vector<std::string>& arguments) {
     std::vector<std::string> words{
-        "--address=" + address_, "--json=short", "call", busName, path, interface, method};
+        "--address=" + address_, "--json=short", "--", "call", busName, path, interface, method};
     words.insert(words.end(), arguments.begin(), arguments.end());
     const auto result = runProcess("/usr/bin/busctl", words);
     EXPECT_EQ(result.status, 0) << method << ": " << result.err;
@@ -88,10 +88,11 @@ nlohmann::json DBusTestBus::call(const std::string& busName, const std::string& 
 std::vector<std::string> DBusTestBus::firstArguments(const std::string& busName,
                                                      const std::string& path,
                                                      const std::string& method) {
+    // Hold the reply: a range over a part of a temporary outlives the temporary.
+    const auto reply = call(busName, path, kMockInterface, "GetMethodCalls", {"s", method});
     std::vector<std::string> arguments;
-    for (const auto& call :
-         this->call(busName, path, kMockInterface, "GetMethodCalls", {"s", method})[0])
-        arguments.push_back(call[1][0]["data"]);
+    for (const auto& each : reply[0])
+        arguments.push_back(each[1][0]["data"]);
     return arguments;
 }
 
@@ -100,10 +101,10 @@ std::vector<std::string> DBusTestBus::trayRegistrations() {
 }
 
 std::vector<std::pair<std::uint32_t, std::vector<std::string>>> DBusTestBus::notifyCalls() {
+    const auto reply = call("org.freedesktop.Notifications", "/org/freedesktop/Notifications",
+                            kMockInterface, "GetMethodCalls", {"s", "Notify"});
     std::vector<std::pair<std::uint32_t, std::vector<std::string>>> calls;
-    for (const auto& notify :
-         call("org.freedesktop.Notifications", "/org/freedesktop/Notifications", kMockInterface,
-              "GetMethodCalls", {"s", "Notify"})[0]) {
+    for (const auto& notify : reply[0]) {
         const auto& arguments = notify[1];
         std::vector<std::string> texts{arguments[3]["data"], arguments[4]["data"]};
         for (const auto& action : arguments[5]["data"])
